@@ -1,0 +1,30 @@
+# The front door: each target does all of its set-up on a fresh Debian 12 machine.
+JOBS ?= 2
+
+.PHONY: run test build bench asan fuzz lint format deps
+
+deps:
+	@tools/install-deps
+
+build: deps
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release -j$(JOBS)
+
+test: build
+	@ctest --test-dir build/release --output-on-failure -j$(JOBS)
+
+asan: deps
+	@cmake --preset asan >/dev/null
+	@cmake --build --preset asan -j$(JOBS)
+	@ctest --test-dir build/asan --output-on-failure -j$(JOBS) -LE desktop
+
+fuzz: deps
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz -j$(JOBS)
+	@ctest --test-dir build/fuzz --output-on-failure -L fuzz
+
+lint:
+	@tools/lint
+
+format:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
