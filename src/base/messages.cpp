@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "base/names.h"
+
 namespace quillmere {
 namespace {
 
@@ -74,21 +76,6 @@ constexpr Catalogue MakeCatalogue() {
 
 constexpr Catalogue catalogue = MakeCatalogue();
 
-constexpr std::string_view chunkPrefix = ":::chunk";
-
-/// The name that stands between the star and the slash of a virtual name.
-std::string_view DisplayNameOfChunk(std::string_view name) {
-  const std::size_t star = name.find('*');
-  if (star == std::string_view::npos) return name;
-  const std::size_t slash = name.find('/', star);
-  return name.substr(star + 1, slash == std::string_view::npos ? slash : slash - star - 1);
-}
-
-std::string_view BaseName(std::string_view path) {
-  const std::size_t separator = path.find_last_of("/\\:");
-  return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
-
 bool ShowsBaseNameOnly(int code) {
   constexpr int codes[] = {1044, 1045, 1065, 1170, 1356, 1357, 1358, 1403};
   return std::ranges::find(codes, code) != std::end(codes);
@@ -138,10 +125,10 @@ std::string ComposeErrorMessage(const Messages& messages, const ErrorContext& co
   const std::string format = messages.Get(id);
   if (format.find("%s") != std::string::npos) {
     std::string_view argument = context.argument;
-    if (argument.starts_with(chunkPrefix)) {
+    if (argument.starts_with(chunkNamePrefix)) {
       argument = DisplayNameOfChunk(argument);
     } else if (ShowsBaseNameOnly(code)) {
-      argument = BaseName(argument);
+      argument = NamePart(argument);
     }
     return FormatMessage(format, {argument});
   }

@@ -150,7 +150,6 @@ class PlatformFiles {
 /// directory.
 [[nodiscard]] std::string AddPart(std::string_view directory, std::string_view name);
 /// The last part of a path, behind the last "/", "\\" or ":".
-[[nodiscard]] std::string_view FilePart(std::string_view path);
 /// What stands before the last part, without its separator (but with ":").
 [[nodiscard]] std::string_view PathPart(std::string_view path);
 
