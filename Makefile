@@ -10,6 +10,9 @@ build: deps
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release -j$(JOBS)
 
+run: build
+	@tools/run-demo $(DEMO)
+
 test: build
 	@ctest --test-dir build/release --output-on-failure -j$(JOBS)
 
