@@ -9,6 +9,7 @@
 #include "base/debug_output.h"
 #include "base/error.h"
 #include "base/messages.h"
+#include "base/random.h"
 
 namespace quillmere {
 
@@ -40,6 +41,8 @@ struct RunFlags {
   bool exitOnError = true;
   /// Error messages carry a script position.
   bool scriptPosition = false;
+  /// `DebugOutput`: each call of a command is told to the debug output.
+  bool traceCalls = false;
   /// How many script callbacks are running, one inside the other.
   int callbackDepth = 0;
 };
@@ -52,6 +55,7 @@ class Host {
   DebugOutput debug;
   Messages messages;
   RunFlags flags;
+  qmRandomState random;
 
   /// Enters a room's state record; the type names its room as `static constexpr Room room`.
   template <class State>

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "base/byte_order.h"
 #include "base/checked.h"
 #include "base/fold.h"
@@ -13,7 +15,9 @@ TEST(Numbers, TruncateTowardZeroAndStayDefined) {
   EXPECT_EQ(ToInt32(-1.9), -1);
   EXPECT_EQ(ToInt32(1e300), 2147483647);
   EXPECT_EQ(ToInt32(-1e300), -2147483647 - 1);
-  EXPECT_EQ(ToInt32(std::nan("")), 0);
+  EXPECT_EQ(ToInt32(-2147483648.5), -2147483647 - 1);
+  EXPECT_EQ(ToInt32(std::nan("")), -2147483647 - 1);
+  EXPECT_EQ(ToUInt32(std::nan("")), 0x80000000u);
   EXPECT_EQ(ToUInt32(4294967295.0), 0xFFFFFFFFu);
   EXPECT_EQ(ToUInt32(2147483648.0), 0x80000000u);
   EXPECT_EQ(ToUInt32(-1.0), 0xFFFFFFFFu);
