@@ -1,0 +1,24 @@
+// Pictures as they cross the border of the platform.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace quillmere {
+
+/// A view of pixels in format 10 (0xAARRGGBB words). `stride` counts pixels.
+struct PixelView {
+  const std::uint32_t* pixels = nullptr;
+  int width = 0;
+  int height = 0;
+  int stride = 0;
+};
+
+/// Pixels that somebody owns, rows without padding.
+struct PixelImage {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint32_t> pixels;
+};
+
+}  // namespace quillmere
