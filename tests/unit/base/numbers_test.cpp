@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include <cmath>
+
 #include "base/byte_order.h"
 #include "base/checked.h"
 #include "base/fold.h"
