@@ -21,7 +21,7 @@ enum MaskMode : int {
 };
 
 /// How bytes of an alpha map meet those that are there. s is the source byte, d the target byte.
-enum class AlphaMode : int {
+enum class AlphaCopyMode : int {
   /// d = s
   Copy = 0,
   /// where s is not 0: d = s
@@ -57,8 +57,8 @@ void FillAlpha(qmAlphaMap& alpha, const Area& area, std::uint8_t value);
 void MaskToAlpha(const qmMask& source, qmAlphaMap& target, const BlitArea& area,
                  std::uint8_t value);
 
-void CopyAlpha(const qmAlphaMap& source, qmAlphaMap& target, const BlitArea& area, AlphaMode mode,
-               std::uint8_t value = 255);
+void CopyAlpha(const qmAlphaMap& source, qmAlphaMap& target, const BlitArea& area,
+               AlphaCopyMode mode, std::uint8_t value = 255);
 
 /// Keeps of an alpha map, or of a mask, what lies under the set bits of `shape`, 0 elsewhere; the
 /// shape is read at its own corner. The result stands at 0, 0 of the target.

@@ -90,31 +90,31 @@ enum SweepMask : unsigned {
 [[nodiscard]] unsigned SweepMaskOfLayer(ObjectType layerType);
 
 /// What a registry knows of its kind. `sweep` is 0 for kinds that layers never show.
-struct ObjectKind {
+struct RegistryKind {
   ObjectType type;
   Error notFound;
   unsigned sweep = 0;
 };
 
 namespace kinds {
-inline constexpr ObjectKind brush{ObjectType::BRUSH, Error::BrushNotFound, SWEEP_BRUSHES};
-inline constexpr ObjectKind textObject{ObjectType::TEXTOBJECT, Error::TextObjectNotFound,
-                                       SWEEP_TEXTOBJECTS};
-inline constexpr ObjectKind anim{ObjectType::ANIM, Error::AnimNotFound, SWEEP_ANIMS};
-inline constexpr ObjectKind bgpic{ObjectType::BGPIC, Error::BGPicNotFound, SWEEP_BGPICS};
-inline constexpr ObjectKind clipRegion{ObjectType::CLIPREGION, Error::ClipRegionNotFound,
-                                       SWEEP_ALWAYS};
-inline constexpr ObjectKind sample{ObjectType::SAMPLE, Error::SampleNotFound};
-inline constexpr ObjectKind sprite{ObjectType::SPRITE, Error::SpriteNotFound};
-inline constexpr ObjectKind music{ObjectType::MUSIC, Error::MusicNotFound};
-inline constexpr ObjectKind pointer{ObjectType::POINTER, Error::PointerNotFound};
-inline constexpr ObjectKind asyncDraw{ObjectType::ASYNCDRAW, Error::AsyncDrawNotFound};
-inline constexpr ObjectKind font{ObjectType::FONT, Error::FontNotFound};
-inline constexpr ObjectKind display{ObjectType::DISPLAY, Error::DisplayNotFound};
-inline constexpr ObjectKind animStream{ObjectType::NOOBJECT, Error::AnimStreamNotFound};
-inline constexpr ObjectKind moveQueue{ObjectType::NOOBJECT, Error::MoveQueueNotFound};
-inline constexpr ObjectKind button{ObjectType::NOOBJECT, Error::ButtonNotFound};
-inline constexpr ObjectKind path{ObjectType::VECTORPATH, Error::PathNotFound};
+inline constexpr RegistryKind brush{ObjectType::BRUSH, Error::BrushNotFound, SWEEP_BRUSHES};
+inline constexpr RegistryKind textObject{ObjectType::TEXTOBJECT, Error::TextObjectNotFound,
+                                         SWEEP_TEXTOBJECTS};
+inline constexpr RegistryKind anim{ObjectType::ANIM, Error::AnimNotFound, SWEEP_ANIMS};
+inline constexpr RegistryKind bgpic{ObjectType::BGPIC, Error::BGPicNotFound, SWEEP_BGPICS};
+inline constexpr RegistryKind clipRegion{ObjectType::CLIPREGION, Error::ClipRegionNotFound,
+                                         SWEEP_ALWAYS};
+inline constexpr RegistryKind sample{ObjectType::SAMPLE, Error::SampleNotFound};
+inline constexpr RegistryKind sprite{ObjectType::SPRITE, Error::SpriteNotFound};
+inline constexpr RegistryKind music{ObjectType::MUSIC, Error::MusicNotFound};
+inline constexpr RegistryKind pointer{ObjectType::POINTER, Error::PointerNotFound};
+inline constexpr RegistryKind asyncDraw{ObjectType::ASYNCDRAW, Error::AsyncDrawNotFound};
+inline constexpr RegistryKind font{ObjectType::FONT, Error::FontNotFound};
+inline constexpr RegistryKind display{ObjectType::DISPLAY, Error::DisplayNotFound};
+inline constexpr RegistryKind animStream{ObjectType::NOOBJECT, Error::AnimStreamNotFound};
+inline constexpr RegistryKind moveQueue{ObjectType::NOOBJECT, Error::MoveQueueNotFound};
+inline constexpr RegistryKind button{ObjectType::NOOBJECT, Error::ButtonNotFound};
+inline constexpr RegistryKind path{ObjectType::VECTORPATH, Error::PathNotFound};
 }  // namespace kinds
 
 }  // namespace quillmere

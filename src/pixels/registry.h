@@ -101,7 +101,7 @@ class Registry : public ObjectList<T> {
     std::function<bool(const T&)> inUse;
   };
 
-  Registry(Host& host, ObjectDirectory& directory, const ObjectKind& kind, Hooks hooks = {})
+  Registry(Host& host, ObjectDirectory& directory, const RegistryKind& kind, Hooks hooks = {})
       : ObjectList<T>(host, kind.notFound),
         directory_(directory),
         kind_(kind),
@@ -180,7 +180,7 @@ class Registry : public ObjectList<T> {
 
  private:
   ObjectDirectory& directory_;
-  ObjectKind kind_;
+  RegistryKind kind_;
   Hooks hooks_;
 };
 
