@@ -6,13 +6,10 @@
 #include <vector>
 
 #include "base/host.h"
+#include "pixels/planes.h"
 #include "platform/platform.h"
 
 namespace quillmere {
-
-struct qmBitmap;
-struct qmMask;
-struct qmAlphaMap;
 
 /// The formats that are written; the values are those of the script's IMGFMT constants.
 enum class ImageFormat : int { Bmp = 0, Png = 1, Jpeg = 2, Gif = 3, Ilbm = 4 };

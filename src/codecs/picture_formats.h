@@ -1,0 +1,32 @@
+// The decoders behind the object service. Each takes the whole file; `headerOnly` asks for width,
+// height and depth alone.
+#pragma once
+
+#include "codecs/picture_object.h"
+
+namespace quillmere {
+
+using FileBytes = std::span<const std::uint8_t>;
+
+enum class DecodeScope { HeaderOnly, Whole };
+
+/// One format that the object service knows.
+struct PictureFormat {
+  const char* name;
+  /// Whether the bytes begin as a file of this format does.
+  bool (*recognise)(FileBytes bytes);
+  Result<PictureObject> (*decode)(FileBytes bytes, DecodeScope scope);
+};
+
+[[nodiscard]] bool IsPng(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodePng(FileBytes bytes, DecodeScope scope);
+
+[[nodiscard]] bool IsJpeg(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodeJpeg(FileBytes bytes, DecodeScope scope);
+
+/// Formats that SDL2_image decodes: BMP, TIFF, WebP, PCX, XPM, PNM, QOI, icons, and TGA, which has
+/// no mark of its own and is therefore tried last.
+[[nodiscard]] bool IsSdlPicture(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodeSdlPicture(FileBytes bytes, DecodeScope scope);
+
+}  // namespace quillmere
