@@ -94,14 +94,15 @@ struct DisplayDescription {
   FillStyle fill{.style = 1};
 };
 
-/// Size, frames and position of a brush, anim or sprite in its file. Zeros are what was not stored.
+/// The part of a picture that makes a brush, and the grid of frames that makes an anim or a sprite.
+/// -1 is what was not given.
 struct PictureGeometry {
-  std::int32_t width = 0;
-  std::int32_t height = 0;
-  std::int32_t frames = 0;
-  std::int32_t framesPerRow = 0;
-  std::int32_t x = 0;
-  std::int32_t y = 0;
+  std::int32_t width = -1;
+  std::int32_t height = -1;
+  std::int32_t frames = -1;
+  std::int32_t framesPerRow = -1;
+  std::int32_t x = -1;
+  std::int32_t y = -1;
   std::int32_t globalAlpha = -1;
   bool fromDisk = false;
 };
@@ -122,10 +123,10 @@ struct qmPreloadItem {
   /// The line of the declaration, in the compiled numbering.
   std::int32_t line = 0;
 
-  FillStyle fill;                           ///< background pictures
-  std::optional<PictureGeometry> geometry;  ///< brushes, anims, sprites
-  std::int32_t button[4] = {};              ///< buttons
-  DisplayDescription display;               ///< displays
+  FillStyle fill;               ///< background pictures
+  PictureGeometry geometry;     ///< brushes, anims, sprites
+  std::int32_t button[4] = {};  ///< buttons
+  DisplayDescription display;   ///< displays
 
   /// A file to take the link from; empty means the applet.
   std::string container;
@@ -154,8 +155,8 @@ struct IncludeRange {
 struct LinkedFile {
   std::string name;
   /// Counted from the applet's begin.
-  std::uint32_t offset = 0;
-  std::uint32_t size = 0;
+  std::int64_t offset = 0;
+  std::int64_t size = 0;
   /// The file that holds the data; empty means the running executable.
   std::string container;
 };
@@ -231,5 +232,14 @@ struct qmAppletInfo : ScreenSettings {
   /// The first display takes the size of the desktop.
   bool displayDesktop = false;
 };
+
+/// The display that is made when an applet describes none.
+[[nodiscard]] inline qmPreloadItem DefaultDisplayItem(const qmAppletInfo& applet) {
+  qmPreloadItem item;
+  item.kind = ObjectKind::Display;
+  item.id = 1;
+  item.display.title = applet.displayTitle;
+  return item;
+}
 
 }  // namespace quillmere

@@ -95,17 +95,33 @@ class qmFile {
   [[nodiscard]] std::optional<std::uint64_t> Remaining() const;
 
  private:
+  struct Private {
+    explicit Private() = default;
+  };
   friend std::unique_ptr<qmFile> OpenFile(Host& host, std::string_view name, OpenMode mode);
 
-  qmFile() = default;
+ public:
+  explicit qmFile(Private) {}
+
+ private:
+  static std::unique_ptr<qmFile> OpenPlain(Host& host, std::string_view name, OpenMode mode);
+  static std::unique_ptr<qmFile> OpenChunk(Host& host, std::string_view name);
+  static std::unique_ptr<qmFile> OpenMemory(SharedBytes memory, std::int64_t base,
+                                            std::int64_t size);
+  static std::unique_ptr<qmFile> OpenClipboard(Host& host);
+
   int ReadByteSlow();
-  /// Drops what was read ahead and puts the platform's file to the position.
+  /// Moves to a position and drops what was read ahead.
   void SetPosition(std::int64_t position);
-  bool SyncPlatformPosition();
-  std::size_t ReadThrough(std::span<std::uint8_t> bytes);
-  std::size_t ClipToSize(std::size_t count) const;
-  void ShowMemory(SharedBytes memory, std::size_t base, std::size_t size);
-  void SendClipboard();
+  /// Puts the platform's file to where this file stands.
+  bool SyncPlatform();
+  /// Reads past what was read ahead.
+  std::size_t ReadBehindWindow(std::span<std::uint8_t> bytes);
+  void FillWindow(std::size_t count);
+  /// Reads until `bytes` is full or the file ends, and moves on.
+  std::size_t ReadDirect(std::span<std::uint8_t> bytes);
+  [[nodiscard]] std::size_t ClipToSize(std::size_t count) const;
+  std::size_t WriteClipboard(std::span<const std::uint8_t> bytes);
 
   std::unique_ptr<PlatformFile> handle_;
   OpenMode mode_ = OpenMode::Read;
