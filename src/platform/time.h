@@ -39,6 +39,8 @@ class PlatformTime {
   virtual LocalTime Now() = 0;
   /// Sleeps until the next vertical blank of the screen.
   virtual void WaitVerticalBlank() = 0;
+  /// Sleeps until that time; nothing ends it early, and no wake-up reason is lost.
+  virtual void SleepUntil(SysTime time) = 0;
 };
 
 }  // namespace quillmere
