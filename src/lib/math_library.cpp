@@ -1,20 +1,19 @@
 // The arithmetic, trigonometric and bit commands, and the script's random numbers.
+#include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cmath>
-#include <ctime>
+#include <functional>
 #include <numbers>
 
 #include "base/numbers.h"
 #include "base/random.h"
 #include "lib/libraries.h"
+#include "lib/type_codes.h"
+#include "platform/platform.h"
 
 namespace quillmere {
 namespace {
-
-/// The types that give bit commands their width.
-constexpr std::int32_t typeInteger = 1;
-constexpr std::int32_t typeShort = 6;
-constexpr std::int32_t typeByte = 7;
 
 constexpr double radiansPerDegree = 0.017453292519943295;
 /// Counts of shifts are cut to six bits; counts of 32 and more shift everything out.
@@ -210,11 +209,11 @@ CommandResult Sar(VmState& state) {
 /// Turns the bits of a number in its width; a negative count turns right.
 Result<std::uint32_t> Rotate(std::uint32_t number, int count, std::int32_t type) {
   switch (type) {
-    case typeInteger:
+    case type_code::Integer:
       return std::rotl(number, count);
-    case typeShort:
+    case type_code::Short:
       return std::rotl(static_cast<std::uint16_t>(number), count);
-    case typeByte:
+    case type_code::Byte:
       return std::rotl(static_cast<std::uint8_t>(number), count);
     default:
       return Fail(Error::WrongUsage);
@@ -227,7 +226,7 @@ CommandResult Rotation(VmState& state) {
   const std::uint32_t number = vmArgUnsigned(state, 1);
   // Every width divides 32, so that a count beyond the width goes round.
   const int count = static_cast<int>(static_cast<std::uint32_t>(vmArgInt(state, 2)) & 31);
-  const std::int32_t type = vmArgOptInt(state, 3, typeInteger);
+  const std::int32_t type = vmArgOptInt(state, 3, type_code::Integer);
   return PushNumber(state, TRY(Rotate(number, direction * count, type)));
 }
 
@@ -236,18 +235,29 @@ CommandResult Cast(VmState& state) {
   const std::uint32_t number = vmArgUnsigned(state, 1);
   const bool isSigned = vmArgInt(state, 2) != 0;
   switch (vmArgInt(state, 3)) {
-    case typeByte:
+    case type_code::Byte:
       return PushNumber(
           state, isSigned ? static_cast<std::int8_t>(number) : static_cast<std::uint8_t>(number));
-    case typeShort:
+    case type_code::Short:
       return PushNumber(
           state, isSigned ? static_cast<std::int16_t>(number) : static_cast<std::uint16_t>(number));
-    case typeInteger:
+    case type_code::Integer:
       if (isSigned) return PushNumber(state, static_cast<std::int32_t>(number));
       return PushNumber(state, number);
     default:
       return Error::WrongUsage;
   }
+}
+
+/// The current time in seconds, 0 without a platform.
+std::uint32_t SecondsNow(Host& host) {
+  if (!host.Has(Room::platform)) return 0;
+  using namespace std::chrono;
+  const LocalTime now = host.Of<Platform>().time().Now();
+  const sys_days day =
+      year(now.year) / month(static_cast<unsigned>(now.month)) / static_cast<unsigned>(now.day);
+  const sys_seconds time = day + hours(now.hour) + minutes(now.minute) + seconds(now.second);
+  return static_cast<std::uint32_t>(time.time_since_epoch().count());
 }
 
 constexpr VmCommandEntry commands[] = {
@@ -306,7 +316,7 @@ constexpr VmConstantEntry constants[] = {{"PI", nullptr, 3.141592653589793}};
 
 Status OpenMathLibrary(VmState& state) {
   vmOpenLibrary(state, "math", commands, constants);
-  qmRandomSeed(vmHost(state).random, static_cast<std::uint32_t>(std::time(nullptr)));
+  qmRandomSeed(vmHost(state).random, SecondsNow(vmHost(state)));
   return {};
 }
 

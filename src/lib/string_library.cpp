@@ -9,14 +9,10 @@
 #include "base/number_text.h"
 #include "lib/libraries.h"
 #include "lib/string_ops.h"
+#include "lib/type_codes.h"
 
 namespace quillmere {
 namespace {
-
-/// The types that give bit commands their width.
-constexpr std::int32_t typeInteger = 1;
-constexpr std::int32_t typeShort = 6;
-constexpr std::int32_t typeByte = 7;
 
 constexpr std::size_t numberTextSize = 32;
 
@@ -171,12 +167,12 @@ CommandResult ReplaceStr(VmState& state) {
 CommandResult BinStr(VmState& state) {
   vmCheckArgs(state, 1, 2);
   const std::uint32_t number = vmArgUnsigned(state, 1);
-  switch (vmArgOptInt(state, 2, typeInteger)) {
-    case typeInteger:
+  switch (vmArgOptInt(state, 2, type_code::Integer)) {
+    case type_code::Integer:
       return PushText(state, BinaryText(number, 32));
-    case typeShort:
+    case type_code::Short:
       return PushText(state, BinaryText(number, 16));
-    case typeByte:
+    case type_code::Byte:
       return PushText(state, BinaryText(number, 8));
     default:
       return PushText(state, "");
