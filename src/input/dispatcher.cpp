@@ -33,8 +33,8 @@ class OwnedTimer {
 
 class Dispatcher {
  public:
-  explicit Dispatcher(VmState& state)
-      : state_(state), input_(vmRoom<InputState>(state)), sweep_(input_.sweep) {}
+  Dispatcher(VmState& state, DispatchCaller caller)
+      : state_(state), input_(vmRoom<InputState>(state)), sweep_(input_.sweep), caller_(caller) {}
 
   Result<Dispatched> Run();
 
@@ -50,6 +50,7 @@ class Dispatcher {
   Result<Dispatched> EventHandlerOf(const qmRawEvent& event);
   Result<Dispatched> KeyHandler(const qmRawEvent& event);
   Result<Dispatched> WindowHandler(const qmRawEvent& event);
+  Dispatched Jump();
   void PointerPass();
   void VisitAllDisplays();
   void Purge();
@@ -59,6 +60,7 @@ class Dispatcher {
   VmState& state_;
   InputState& input_;
   Sweep& sweep_;
+  DispatchCaller caller_;
 };
 
 Result<Dispatched> Dispatcher::Run() {
@@ -81,11 +83,11 @@ Result<Dispatched> Dispatcher::Run() {
   if (sweep_.stage == SweepStage::MouseMovement) {
     const Dispatched done = TRY(MouseMovement());
     if (done.ranHandler) return done;
-    sweep_.stage = SweepStage::AfterEvent;
+    sweep_.stage = SweepStage::ARexx;
   }
   if (sweep_.stage != SweepStage::PointerPass) {
     const Dispatched done = TRY(RawEvents());
-    if (done.ranHandler) return done;
+    if (done.ranHandler || done.jumps) return done;
     sweep_.stage = SweepStage::PointerPass;
   }
   PointerPass();
@@ -167,10 +169,11 @@ void Dispatcher::Purge() {
 
 Result<Dispatched> Dispatcher::RawEvents() {
   Purge();
+  if (sweep_.stage == SweepStage::ARexx && ScanForLabels(state_, input_)) return Jump();
   for (;;) {
     if (sweep_.stage != SweepStage::AfterDisplayHandler) {
       auto next = input_.queue.Take();
-      if (!next) return nothing;
+      if (!next) break;
       sweep_.current = std::move(*next);
       sweep_.stage = SweepStage::AfterDisplayHandler;
       const Dispatched done = TRY(DisplayHandler(sweep_.current));
@@ -182,6 +185,13 @@ Result<Dispatched> Dispatcher::RawEvents() {
     const Dispatched done = TRY(EventHandlerOf(event));
     if (done.ranHandler) return done;
   }
+  if (caller_ == DispatchCaller::Events && ScanForOverLabels(state_, input_)) return Jump();
+  return nothing;
+}
+
+Dispatched Dispatcher::Jump() {
+  sweep_.stage = SweepStage::Start;
+  return {.jumps = true};
 }
 
 Result<Dispatched> Dispatcher::DisplayHandler(const qmRawEvent& event) {
@@ -284,8 +294,8 @@ Result<Dispatched> Dispatcher::CallForDisplay(HandlerSlot slot, const char* acti
 
 }  // namespace
 
-Result<Dispatched> Dispatch(VmState& state) {
-  return Dispatcher(state).Run();
+Result<Dispatched> Dispatch(VmState& state, DispatchCaller caller) {
+  return Dispatcher(state, caller).Run();
 }
 
 }  // namespace quillmere

@@ -14,11 +14,15 @@ struct Dispatched {
   /// A handler ran: its message table stands at this place of the stack, its results above it.
   bool ranHandler = false;
   int tableIndex = 0;
+  /// A jump to a label is pending; no handler ran.
+  bool jumps = false;
 };
+
+enum class DispatchCaller { Events, WhileMouseOn };
 
 /// Finds the next thing that has a handler and runs it. Without one the sweep is over and its stage
 /// is back at the start. The error of a handler comes back as it is, `UserAbort` when the program
 /// is to quit.
-Result<Dispatched> Dispatch(VmState& state);
+Result<Dispatched> Dispatch(VmState& state, DispatchCaller caller = DispatchCaller::Events);
 
 }  // namespace quillmere

@@ -46,13 +46,15 @@ CommandResult RunEvents(VmState& state, bool wait) {
   const SceneState& scene = vmRoom<SceneState>(state);
   if (wait && scene.currentDisplay->state == DisplayState::Closed) return Error::DisplayIsClosed;
 
+  constexpr int jumpToLabel = -1;
   Dispatched done = TRY(Dispatch(state));
-  while (wait && !done.ranHandler) {
+  while (wait && !done.ranHandler && !done.jumps) {
     WaitForSignals(state);
     if (PumpPlatformEvents(state)) return 0;
     if (scene.currentDisplay->state == DisplayState::Closed) return Error::DisplayIsClosed;
     done = TRY(Dispatch(state));
   }
+  if (done.jumps) return jumpToLabel;
   if (done.ranHandler) return FinishMessage(state, done.tableIndex);
   vmNewTable(state);
   vmSetFieldInt(state, "nresults", 0);

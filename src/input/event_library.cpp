@@ -1,6 +1,7 @@
 #include "input/device_commands.h"
 #include "input/event_commands.h"
 #include "input/input_state.h"
+#include "input/label_events.h"
 #include "input/libraries.h"
 #include "input/timers.h"
 
@@ -12,7 +13,11 @@ constexpr VmCommandEntry commands[] = {
     {"CheckEvent", CheckEventCommand},
     {"InstallEventHandler", InstallEventHandlerCommand},
     {"SetEventTimeout", SetEventTimeoutCommand},
+    {"ClearEvents", ClearEventsCommand},
     {"FreeEventCache", FreeEventCacheCommand},
+    {"EnableEvent", EnableEventCommand},
+    {"DisableEvent", DisableEventCommand},
+    {"GetEventCode", GetEventCodeCommand},
     {"CtrlCQuit", CtrlCQuitCommand},
     {"EscapeQuit", EscapeQuitCommand},
     {"LeftMouseQuit", LeftMouseQuitCommand},
@@ -26,12 +31,21 @@ constexpr VmCommandEntry commands[] = {
     {"WhileRightMouseDown", WhileRightMouseDownCommand},
     {"WaitKeyDown", WaitKeyDownCommand},
     {"IsKeyDown", IsKeyDownCommand},
+    {"WhileKeyDown", WhileKeyDownCommand},
     {"ResetKeyStates", ResetKeyStatesCommand},
     {"MouseX", MouseXCommand},
     {"MouseY", MouseYCommand},
     {"CountJoysticks", CountJoysticksCommand},
     {"JoyDir", JoyDirCommand},
     {"JoyFire", JoyFireCommand},
+    {"CreateButton", CreateButtonCommand},
+    {"ModifyButton", ModifyButtonCommand},
+    {"RemoveButton", RemoveButtonCommand},
+    {"CreateKeyDown", CreateKeyDownCommand},
+    {"ModifyKeyDown", ModifyKeyDownCommand},
+    {"RemoveKeyDown", RemoveKeyDownCommand},
+    {"WhileMouseOn", WhileMouseOnCommand},
+    {"BreakWhileMouseOn", BreakWhileMouseOnCommand},
     {"SetInterval", SetIntervalCommand},
     {"SetTimeout", SetTimeoutCommand},
     {"ClearInterval", ClearIntervalCommand},
@@ -82,6 +96,7 @@ void CloseEventLibrary(VmState& state) {
   }
   for (EventHandler& handler : input.globalHandlers) ReleaseHandler(state, handler);
   input.timers.Clear();
+  input.labels.Clear();
   input.queue.Clear();
   input.machine = nullptr;
 }

@@ -64,6 +64,10 @@ std::string KeyText(std::int32_t code) {
     default:
       break;
   }
+  return KeyNameText(code);
+}
+
+std::string KeyNameText(std::int32_t code) {
   constexpr std::int32_t firstNamedKey = 0x100;
   if (code < firstNamedKey) return std::string(1, static_cast<char>(code));
   for (const KeyName& name : KeyNames()) {

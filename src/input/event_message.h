@@ -23,4 +23,7 @@ Result<Dispatched> CallHandler(VmState& state, const EventMessage& message);
 /// Tab, else the character itself.
 [[nodiscard]] std::string KeyText(std::int32_t code);
 
+/// The name of a key, or the character of one that prints.
+[[nodiscard]] std::string KeyNameText(std::int32_t code);
+
 }  // namespace quillmere

@@ -1,5 +1,6 @@
 #include "input/event_queue.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quillmere {
@@ -17,6 +18,14 @@ std::optional<qmRawEvent> RawEventQueue::Take() {
   if (first < events_.size()) taken = std::move(events_[first++]);
   events_.erase(events_.begin(), events_.begin() + static_cast<std::ptrdiff_t>(first));
   return taken;
+}
+
+bool RawEventQueue::DropThrough(const std::function<bool(const qmRawEvent&)>& matches) {
+  const std::scoped_lock lock(lock_);
+  const auto found = std::ranges::find_if(events_, matches);
+  if (found == events_.end()) return false;
+  events_.erase(events_.begin(), found + 1);
+  return true;
 }
 
 void RawEventQueue::PurgeStale(SysTime now, std::int64_t timeout) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -60,6 +61,9 @@ class RawEventQueue {
   void Post(qmRawEvent event);
   /// Takes the oldest event that still has a display; dead ones in front of it go.
   std::optional<qmRawEvent> Take();
+  /// Shows the events to `matches` in their order until it says true; that event and all before it
+  /// leave the queue then. The lock is held meanwhile.
+  bool DropThrough(const std::function<bool(const qmRawEvent&)>& matches);
   /// Drops every event up to the last one whose age is above `timeout` milliseconds.
   void PurgeStale(SysTime now, std::int64_t timeout);
   /// Empties the queue.

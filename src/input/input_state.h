@@ -10,6 +10,7 @@
 
 #include "base/host.h"
 #include "input/event_queue.h"
+#include "input/label_events.h"
 #include "input/timers.h"
 #include "scene/display_input.h"
 #include "scene/scene_state.h"
@@ -92,6 +93,7 @@ struct InputState {
   ObjectList<qmIntervalRecord> intervals;
   ObjectList<qmIntervalRecord> timeouts;
   std::array<EventHandler, globalHandlerCount> globalHandlers;
+  LabelEvents labels;
   Sweep sweep;
 
   /// The age in milliseconds at which a raw event is dropped.
