@@ -164,7 +164,9 @@ bool Pump::HandleCommandKey(qmDisplay& display, const WindowMessage& message) {
   }
   const bool isReturn = message.key == static_cast<int>(Key::Return);
   if (isReturn && OwnsScreen(scene_, display) && !display.Has(displayNoModeSwitch)) {
-    if (!message.pressed) display.input.pendingModeSwitch = scene_.fullScreen ? 0 : 1;
+    if (!message.pressed && !display.input.requesterActive) {
+      display.input.pendingModeSwitch = scene_.fullScreen ? 0 : 1;
+    }
     return true;
   }
   return false;
@@ -210,6 +212,7 @@ void Pump::HandleMouseButton(qmDisplay& display, const WindowMessage& message) {
 }
 
 void Pump::AskToHide(qmDisplay& display) {
+  if (display.input.requesterActive) return;
   PostRawEvent(input_, display, RawEventKind::Hidden);
   display.input.wantHide = true;
 }

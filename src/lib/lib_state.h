@@ -1,7 +1,6 @@
 // What the system library remembers between two commands.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -48,12 +47,6 @@ struct LibState {
 
   /// The icon that stands for a hidden display, without its ".info".
   std::string hiddenIcon;
-
-  /// Gathers what the platform's sources have to say while a command waits; true asks the command
-  /// to give up. Joined by the room that owns the event queue.
-  std::function<bool()> pumpWhileWaiting;
-  /// Called with true before a request is shown to the user and with false behind it.
-  std::function<void(bool)> requesterActive;
 };
 
 }  // namespace quillmere

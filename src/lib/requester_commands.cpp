@@ -6,10 +6,11 @@
 #include "base/names.h"
 #include "base/number_text.h"
 #include "base/numbers.h"
+#include "input/input_state.h"
+#include "input/pump.h"
 #include "lib/file_pattern.h"
 #include "lib/lib_state.h"
 #include "lib/system_commands.h"
-#include "lib/waiting.h"
 
 namespace quillmere::system_library {
 namespace {
@@ -22,6 +23,39 @@ constexpr std::int32_t longestAnswer = 1024;
 enum RequesterMode { REQ_NORMAL, REQ_MULTISELECT, REQ_SAVEMODE };
 
 constexpr std::int32_t lastRequesterIcon = 4;
+
+/// Says that a request stands before the user for as long as it lives. The keys that are held when
+/// it ends went to the request.
+class RequesterScope {
+ public:
+  explicit RequesterScope(qmDisplay* display) : display_(display) {
+    if (display_ != nullptr) display_->input.requesterActive = true;
+  }
+  ~RequesterScope() {
+    if (display_ == nullptr) return;
+    display_->input.requesterActive = false;
+    display_->input.keyState.fill(false);
+  }
+  RequesterScope(const RequesterScope&) = delete;
+  RequesterScope& operator=(const RequesterScope&) = delete;
+
+ private:
+  qmDisplay* display_;
+};
+
+/// Shows a request to the user and gathers events until it is answered. It must be answered before
+/// another may start, also when the program is about to end.
+RequesterAnswer AskUser(VmState& state, RequesterCall call) {
+  const InputState& input = vmRoom<InputState>(state);
+  const RequesterScope scope(input.scene().currentDisplay);
+  PlatformRequesters& requesters = input.platform().requesters();
+  requesters.Start(std::move(call));
+  while (true) {
+    if (std::optional<RequesterAnswer> answer = requesters.TakeAnswer()) return std::move(*answer);
+    WaitForSignals(state);
+    PumpPlatformEvents(state);
+  }
+}
 
 std::string ArgText(VmState& state, int index) {
   return std::string(vmArgString(state, index));

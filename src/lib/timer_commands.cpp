@@ -1,7 +1,9 @@
 // The stop-watches of a script.
+#include <algorithm>
+
+#include "input/pump.h"
 #include "lib/lib_state.h"
 #include "lib/system_commands.h"
-#include "lib/waiting.h"
 
 namespace quillmere::system_library {
 namespace {
@@ -86,8 +88,9 @@ CommandResult WaitTimer(VmState& state) {
   const std::chrono::milliseconds target(vmArgInt(state, 2));
   const bool resets = vmArgOptInt(state, 3, 1) != 0;
   if (timer->paused) return Error::WrongUsage;
-  const SysTime missing = target - Elapsed(state, *timer);
-  if (missing > SysTime(0)) WaitPumping(state, missing);
+  const auto missing = ceil<std::chrono::milliseconds>(target - Elapsed(state, *timer));
+  SleepPumping(state,
+               static_cast<std::int32_t>(std::min<std::int64_t>(missing.count(), INT32_MAX)));
   if (resets) Restart(state, *timer, SysTime(0));
   return 0;
 }

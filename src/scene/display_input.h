@@ -32,6 +32,8 @@ struct DisplayInput {
   /// A press of the close gadget must not end the program.
   bool closeHandled = false;
   bool windowActive = false;
+  /// A request stands before the user: the display is neither hidden nor switched by the user.
+  bool requesterActive = false;
 
   bool closePressed = false;
   bool moved = false;
