@@ -72,10 +72,10 @@ struct CoverageBlit {
 void BLTALPHACHANNEL(DebugOutput& debug, qmBitmap* target, const CoverageBlit& blit);
 
 /// Mixes a picture into the target as a whole: `level` 255 is opaque. Where there is a mask only
-/// its set pixels are mixed; an alpha map is scaled by the level first. `Error::OutOfMemory` when
-/// the scaled alpha map cannot be had.
-Status BlendPicture(qmBitmap& target, const qmBitmap& source, const qmMask* mask,
-                    const qmAlphaMap* alpha, const BlitArea& area, int level);
+/// its set pixels are mixed; an alpha map is scaled by the level first. Both are read at the source
+/// coordinates.
+void BlendPicture(qmBitmap& target, const qmBitmap& source, const qmMask* mask,
+                  const qmAlphaMap* alpha, const BlitArea& area, int level);
 
 /// Moves the colours of a rectangle towards `rgb`; `level` 0 leaves them, 255 comes nearest.
 void TintPicture(qmBitmap& bitmap, const Area& area, std::uint32_t rgb, int level);
@@ -84,14 +84,14 @@ void TintPicture(qmBitmap& bitmap, const Area& area, std::uint32_t rgb, int leve
 /// target, 255 copies the source.
 void BlendUniform(qmBitmap& target, const qmBitmap& source, const BlitArea& area, int alpha);
 
-/// The blend of one pixel: 0 leaves the target, 255 gives the source, else each channel becomes
+/// The blend of one pixel: 0 leaves the target, 255 gives the source, else each byte becomes
 /// d + ((s - d) * alpha >> 8).
 [[nodiscard]] constexpr std::uint32_t BlendPixel(std::uint32_t target, std::uint32_t source,
                                                  unsigned alpha) {
   if (alpha == 0) return target;
   if (alpha == 255) return source;
   std::uint32_t mixed = 0;
-  for (int shift = 16; shift >= 0; shift -= 8) {
+  for (int shift = 24; shift >= 0; shift -= 8) {
     const int d = static_cast<int>(target >> shift & 255);
     const int s = static_cast<int>(source >> shift & 255);
     mixed |= static_cast<std::uint32_t>(d + ((s - d) * static_cast<int>(alpha) >> 8)) << shift;

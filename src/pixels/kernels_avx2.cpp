@@ -1,0 +1,376 @@
+// The kernels for processors with AVX2: eight pixels at a time, in lanes of 16 bits where bytes are
+// mixed. Products of bytes wrap in their lanes; the sums that count do not.
+#include "pixels/kernels.h"
+
+#if defined(__x86_64__)
+
+#include <immintrin.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "pixels/transform_sample.h"
+
+#define AVX2 __attribute__((target("avx2")))
+
+namespace quillmere {
+namespace {
+
+constexpr int step = 8;
+
+AVX2 inline __m256i Load(const std::uint32_t* pixels) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels));
+}
+
+AVX2 inline void Store(std::uint32_t* pixels, __m256i value) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels), value);
+}
+
+/// A color of all ones in each pixel whose bit is set; the first pixel is the top bit.
+AVX2 inline __m256i ExpandBits(std::uint8_t bits) {
+  const __m256i each = _mm256_setr_epi32(128, 64, 32, 16, 8, 4, 2, 1);
+  return _mm256_cmpeq_epi32(_mm256_and_si256(_mm256_set1_epi32(bits), each), each);
+}
+
+AVX2 void Fill(std::uint32_t* target, std::uint32_t color, int count) {
+  const __m256i wide = _mm256_set1_epi32(static_cast<int>(color));
+  int i = 0;
+  for (; i + 4 * step <= count; i += 4 * step) {
+    Store(target + i, wide);
+    Store(target + i + step, wide);
+    Store(target + i + 2 * step, wide);
+    Store(target + i + 3 * step, wide);
+  }
+  PlainKernels().fill(target + i, color, count - i);
+}
+
+AVX2 void CopyMasked(std::uint32_t* target, const std::uint32_t* source, BitRow mask, int count) {
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const std::uint8_t bits = FetchBits(mask, i, step);
+    if (bits == 0) continue;
+    const __m256i pixels = Load(source + i);
+    if (bits == 0xFF) {
+      Store(target + i, pixels);
+    } else {
+      Store(target + i, _mm256_blendv_epi8(Load(target + i), pixels, ExpandBits(bits)));
+    }
+  }
+  PlainKernels().copyMasked(target + i, source + i, {mask.bytes, mask.first + i}, count - i);
+}
+
+AVX2 void FillMasked(std::uint32_t* target, std::uint32_t color, BitRow mask, int count) {
+  const __m256i wide = _mm256_set1_epi32(static_cast<int>(color));
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const std::uint8_t bits = FetchBits(mask, i, step);
+    if (bits == 0) continue;
+    Store(target + i, _mm256_blendv_epi8(Load(target + i), wide, ExpandBits(bits)));
+  }
+  PlainKernels().fillMasked(target + i, color, {mask.bytes, mask.first + i}, count - i);
+}
+
+/// Weights of 16 bits for the lanes of eight pixels: `low` for the unpacked low halves of both
+/// 128-bit parts, `high` for the high halves.
+struct Weights {
+  __m256i low;
+  __m256i high;
+};
+
+/// from * 256 + (to - from) * weight, in 16 bits, its top byte being the result.
+AVX2 inline __m256i MixLanes(__m256i from256, __m256i to, __m256i weight) {
+  const __m256i from = _mm256_srli_epi16(from256, 8);
+  const __m256i moved = _mm256_mullo_epi16(_mm256_sub_epi16(to, from), weight);
+  return _mm256_srli_epi16(_mm256_add_epi16(from256, moved), 8);
+}
+
+AVX2 inline __m256i MixPixels(__m256i from, __m256i to, const Weights& weights) {
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i low =
+      MixLanes(_mm256_unpacklo_epi8(zero, from), _mm256_unpacklo_epi8(to, zero), weights.low);
+  const __m256i high =
+      MixLanes(_mm256_unpackhi_epi8(zero, from), _mm256_unpackhi_epi8(to, zero), weights.high);
+  return _mm256_packus_epi16(low, high);
+}
+
+/// The weights of eight alpha bytes: 255 counts as 256.
+AVX2 inline Weights WeightsOf(std::uint64_t alpha) {
+  __m128i words = _mm_cvtepu8_epi16(_mm_cvtsi64_si128(static_cast<long long>(alpha)));
+  words = _mm_sub_epi16(words, _mm_cmpeq_epi16(words, _mm_set1_epi16(255)));
+  const __m256i both = _mm256_broadcastsi128_si256(words);
+  const __m256i lowOrder = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3, 8, 9, 8,
+                                            9, 8, 9, 8, 9, 10, 11, 10, 11, 10, 11, 10, 11);
+  const __m256i highOrder =
+      _mm256_setr_epi8(4, 5, 4, 5, 4, 5, 4, 5, 6, 7, 6, 7, 6, 7, 6, 7, 12, 13, 12, 13, 12, 13, 12,
+                       13, 14, 15, 14, 15, 14, 15, 14, 15);
+  return {_mm256_shuffle_epi8(both, lowOrder), _mm256_shuffle_epi8(both, highOrder)};
+}
+
+AVX2 inline std::uint64_t LoadAlpha(const std::uint8_t* alpha) {
+  std::uint64_t eight;
+  std::memcpy(&eight, alpha, sizeof eight);
+  return eight;
+}
+
+AVX2 void Blend(std::uint32_t* target, const std::uint32_t* source, const std::uint8_t* alpha,
+                int count) {
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const std::uint64_t eight = LoadAlpha(alpha + i);
+    if (eight == 0) continue;
+    const __m256i pixels = Load(source + i);
+    if (eight == ~0ull) {
+      Store(target + i, pixels);
+    } else {
+      Store(target + i, MixPixels(Load(target + i), pixels, WeightsOf(eight)));
+    }
+  }
+  PlainKernels().blend(target + i, source + i, alpha + i, count - i);
+}
+
+AVX2 void BlendColor(std::uint32_t* target, std::uint32_t color, const std::uint8_t* alpha,
+                     int count) {
+  const __m256i wide = _mm256_set1_epi32(static_cast<int>(color));
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const std::uint64_t eight = LoadAlpha(alpha + i);
+    if (eight == 0) continue;
+    Store(target + i, eight == ~0ull ? wide : MixPixels(Load(target + i), wide, WeightsOf(eight)));
+  }
+  PlainKernels().blendColor(target + i, color, alpha + i, count - i);
+}
+
+AVX2 void Mix(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,
+              int count) {
+  const __m256i wide = _mm256_set1_epi16(static_cast<short>(weight));
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    Store(target + i, MixPixels(Load(from + i), Load(to + i), {wide, wide}));
+  }
+  PlainKernels().mix(target + i, from + i, to + i, weight, count - i);
+}
+
+AVX2 void MixColor(std::uint32_t* target, const std::uint32_t* from, std::uint32_t to, int weight,
+                   int count) {
+  const __m256i wide = _mm256_set1_epi16(static_cast<short>(weight));
+  const __m256i color = _mm256_set1_epi32(static_cast<int>(to));
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    Store(target + i, MixPixels(Load(from + i), color, {wide, wide}));
+  }
+  PlainKernels().mixColor(target + i, from + i, to, weight, count - i);
+}
+
+AVX2 void PickColumns(std::uint32_t* target, const std::uint32_t* source,
+                      const std::int32_t* columns, int count) {
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const __m256i index = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns + i));
+    Store(target + i, _mm256_i32gather_epi32(reinterpret_cast<const int*>(source), index, 4));
+  }
+  PlainKernels().pickColumns(target + i, source, columns + i, count - i);
+}
+
+/// from + ((to - from) * fraction >> 16) in lanes of 16 bits. The product takes the fraction as a
+/// signed number, which is 65536 too low when its top bit is set: `carry` puts that right.
+AVX2 inline __m256i LerpLanes(__m256i from, __m256i to, __m256i fraction, __m256i carry) {
+  const __m256i difference = _mm256_sub_epi16(to, from);
+  const __m256i moved = _mm256_mulhi_epi16(difference, fraction);
+  return _mm256_add_epi16(_mm256_add_epi16(from, moved), _mm256_and_si256(difference, carry));
+}
+
+AVX2 inline __m128i LoadPair(const std::uint32_t* pixels) {
+  return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pixels));
+}
+
+AVX2 void LerpColumns(std::uint32_t* target, const std::uint32_t* source,
+                      const std::int32_t* columns, const std::int32_t* fractions, int count) {
+  const __m256i spread = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5, 8, 9, 8,
+                                          9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13);
+  int i = 0;
+  for (; i + 4 <= count; i += 4) {
+    const __m128i first =
+        _mm_unpacklo_epi32(LoadPair(source + columns[i]), LoadPair(source + columns[i + 1]));
+    const __m128i second =
+        _mm_unpacklo_epi32(LoadPair(source + columns[i + 2]), LoadPair(source + columns[i + 3]));
+    const __m256i from = _mm256_cvtepu8_epi16(_mm_unpacklo_epi64(first, second));
+    const __m256i to = _mm256_cvtepu8_epi16(_mm_unpackhi_epi64(first, second));
+    const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(fractions + i));
+    const __m256i fraction = _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(four), spread);
+    const __m256i mixed = LerpLanes(from, to, fraction, _mm256_srai_epi16(fraction, 15));
+    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(mixed, mixed), 0x08);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(target + i), _mm256_castsi256_si128(packed));
+  }
+  PlainKernels().lerpColumns(target + i, source, columns + i, fractions + i, count - i);
+}
+
+AVX2 void LerpRows(std::uint32_t* target, const std::uint32_t* top, const std::uint32_t* bottom,
+                   int fraction, int count) {
+  const __m256i wide = _mm256_set1_epi16(static_cast<short>(fraction));
+  const __m256i carry = _mm256_srai_epi16(wide, 15);
+  const __m256i zero = _mm256_setzero_si256();
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const __m256i from = Load(top + i);
+    const __m256i to = Load(bottom + i);
+    const __m256i low =
+        LerpLanes(_mm256_unpacklo_epi8(from, zero), _mm256_unpacklo_epi8(to, zero), wide, carry);
+    const __m256i high =
+        LerpLanes(_mm256_unpackhi_epi8(from, zero), _mm256_unpackhi_epi8(to, zero), wide, carry);
+    Store(target + i, _mm256_packus_epi16(low, high));
+  }
+  PlainKernels().lerpRows(target + i, top + i, bottom + i, fraction, count - i);
+}
+
+AVX2 inline __m256d Channel(__m128i pixels, int shift) {
+  const __m128i bytes = _mm_and_si128(_mm_srli_epi32(pixels, shift), _mm_set1_epi32(255));
+  return _mm256_cvtepi32_pd(bytes);
+}
+
+AVX2 void Gray(std::uint32_t* pixels, int count) {
+  const __m256d red = _mm256_set1_pd(0.299);
+  const __m256d green = _mm256_set1_pd(0.587);
+  const __m256d blue = _mm256_set1_pd(0.114);
+  const __m128i top = _mm_set1_epi32(static_cast<int>(0xFF000000));
+  const __m128i replicate = _mm_setr_epi8(0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1);
+  int i = 0;
+  for (; i + 4 <= count; i += 4) {
+    auto* at = reinterpret_cast<__m128i*>(pixels + i);
+    const __m128i four = _mm_loadu_si128(at);
+    const __m256d redGreen = _mm256_add_pd(_mm256_mul_pd(Channel(four, 16), red),
+                                           _mm256_mul_pd(Channel(four, 8), green));
+    const __m256d sum = _mm256_add_pd(_mm256_mul_pd(Channel(four, 0), blue), redGreen);
+    const __m128i gray = _mm_shuffle_epi8(_mm256_cvttpd_epi32(sum), replicate);
+    _mm_storeu_si128(at, _mm_or_si128(_mm_and_si128(four, top), gray));
+  }
+  PlainKernels().gray(pixels + i, count - i);
+}
+
+AVX2 void Reverse(std::uint32_t* pixels, int count) {
+  const __m256i order = _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0);
+  int low = 0;
+  int high = count;
+  for (; low + 2 * step <= high; low += step, high -= step) {
+    const __m256i front = Load(pixels + low);
+    const __m256i back = Load(pixels + high - step);
+    Store(pixels + low, _mm256_permutevar8x32_epi32(back, order));
+    Store(pixels + high - step, _mm256_permutevar8x32_epi32(front, order));
+  }
+  PlainKernels().reverse(pixels + low, high - low);
+}
+
+AVX2 void SwapRows(std::uint32_t* a, std::uint32_t* b, int count) {
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const __m256i first = Load(a + i);
+    const __m256i second = Load(b + i);
+    Store(a + i, second);
+    Store(b + i, first);
+  }
+  PlainKernels().swapRows(a + i, b + i, count - i);
+}
+
+/// The four bytes of a pixel as doubles.
+AVX2 inline __m256d PixelAsDoubles(std::uint32_t pixel) {
+  return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(pixel))));
+}
+
+AVX2 inline __m256d MixPair(__m256d a, __m256d b, __m256d rest, __m256d share) {
+  return _mm256_add_pd(_mm256_mul_pd(a, rest), _mm256_mul_pd(b, share));
+}
+
+/// The mix of four pixels, `left` and `right` being columns of the rows `top` and `bottom`.
+AVX2 inline std::uint32_t MixSquare(const std::uint32_t* top, const std::uint32_t* bottom, int left,
+                                    int right, double fx, double fy) {
+  const __m256d shareX = _mm256_set1_pd(fx);
+  const __m256d restX = _mm256_set1_pd(1 - fx);
+  const __m256d upper =
+      MixPair(PixelAsDoubles(top[left]), PixelAsDoubles(top[right]), restX, shareX);
+  const __m256d lower =
+      MixPair(PixelAsDoubles(bottom[left]), PixelAsDoubles(bottom[right]), restX, shareX);
+  const __m256d mixed = _mm256_add_pd(
+      MixPair(upper, lower, _mm256_set1_pd(1 - fy), _mm256_set1_pd(fy)), _mm256_set1_pd(0.5));
+  const __m128i bytes =
+      _mm_shuffle_epi8(_mm256_cvttpd_epi32(mixed),
+                       _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(bytes));
+}
+
+/// Positions of four columns: whole and fractional parts.
+struct FourPositions {
+  alignas(16) std::int32_t whole[4];
+  alignas(32) double fraction[4];
+};
+
+AVX2 inline void Positions(__m256d columns, double slope, double row, double offset,
+                           FourPositions& out) {
+  const __m256d at = _mm256_add_pd(
+      _mm256_add_pd(_mm256_mul_pd(columns, _mm256_set1_pd(slope)), _mm256_set1_pd(row)),
+      _mm256_set1_pd(offset));
+  _mm_store_si128(reinterpret_cast<__m128i*>(out.whole), _mm256_cvttpd_epi32(at));
+  _mm256_store_pd(out.fraction, _mm256_sub_pd(at, _mm256_floor_pd(at)));
+}
+
+AVX2 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  int i = 0;
+  FourPositions x, y;
+  __m256d columns = _mm256_add_pd(_mm256_set1_pd(first), _mm256_setr_pd(0, 1, 2, 3));
+  for (; i + 4 <= count; i += 4) {
+    Positions(columns, row.stepX, row.rowX, row.offsetX, x);
+    Positions(columns, row.stepY, row.rowY, row.offsetY, y);
+    columns = _mm256_add_pd(columns, _mm256_set1_pd(4));
+    for (int k = 0; k < 4; ++k) {
+      const int left = CutIndex(x.whole[k], row.width);
+      const int right = CutIndex(x.whole[k] + 1, row.width);
+      const std::uint32_t* top =
+          row.pixels +
+          static_cast<std::ptrdiff_t>(CutIndex(y.whole[k], row.height)) * row.pixelsPerRow;
+      const std::uint32_t* bottom =
+          row.pixels +
+          static_cast<std::ptrdiff_t>(CutIndex(y.whole[k] + 1, row.height)) * row.pixelsPerRow;
+      target[i + k] = MixSquare(top, bottom, left, right, x.fraction[k], y.fraction[k]);
+    }
+  }
+  PlainKernels().transformSmooth(target + i, row, first + i, count - i);
+}
+
+AVX2 void Gradient(std::uint32_t* target, const std::uint32_t* colors, std::int32_t quotient,
+                   std::int32_t remainder, std::int32_t quotientStep, std::int32_t remainderStep,
+                   std::int32_t divisor, int count) {
+  PlainKernels().gradient(target, colors, quotient, remainder, quotientStep, remainderStep, divisor,
+                          count);
+}
+
+constexpr RowKernels avx2Kernels{.fill = Fill,
+                                 .copyMasked = CopyMasked,
+                                 .fillMasked = FillMasked,
+                                 .blend = Blend,
+                                 .blendColor = BlendColor,
+                                 .mix = Mix,
+                                 .mixColor = MixColor,
+                                 .pickColumns = PickColumns,
+                                 .lerpColumns = LerpColumns,
+                                 .lerpRows = LerpRows,
+                                 .gray = Gray,
+                                 .reverse = Reverse,
+                                 .swapRows = SwapRows,
+                                 .transformSmooth = TransformSmooth,
+                                 .gradient = Gradient};
+
+}  // namespace
+
+const RowKernels* Avx2Kernels() {
+  return __builtin_cpu_supports("avx2") ? &avx2Kernels : nullptr;
+}
+
+}  // namespace quillmere
+
+#else
+
+namespace quillmere {
+const RowKernels* Avx2Kernels() {
+  return nullptr;
+}
+}  // namespace quillmere
+
+#endif

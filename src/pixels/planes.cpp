@@ -1,0 +1,107 @@
+#include "pixels/planes.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace quillmere {
+namespace {
+
+/// Rows begin on cache lines as far as their stride allows.
+constexpr std::size_t planeAlignment = 64;
+/// Behind the last row, so that the last bits may be read as a word.
+constexpr std::size_t spareBytes = 4;
+
+detail::PlaneMemory Borrow(void* memory) {
+  return {static_cast<std::byte*>(memory), detail::PlaneMemoryFree{.owned = false}};
+}
+
+Result<detail::PlaneMemory> AllocPlane(int width, int height, std::int64_t rowBytes, bool clear) {
+  if (width < 1 || height < 1 || width > maxPlaneSize || height > maxPlaneSize) {
+    return Fail(Error::OutOfMemory);
+  }
+  const std::int64_t bytes = rowBytes * height;
+  if (bytes > std::numeric_limits<std::int32_t>::max()) return Fail(Error::OutOfMemory);
+  const std::size_t padded = (static_cast<std::size_t>(bytes) + spareBytes + planeAlignment - 1) /
+                             planeAlignment * planeAlignment;
+  void* memory = std::aligned_alloc(planeAlignment, padded);
+  if (memory == nullptr) return Fail(Error::OutOfMemory);
+  if (clear) std::memset(memory, 0, padded);
+  return detail::PlaneMemory(static_cast<std::byte*>(memory));
+}
+
+}  // namespace
+
+namespace detail {
+void PlaneMemoryFree::operator()(std::byte* memory) const {
+  if (owned) std::free(memory);  // NOLINT: the counterpart of aligned_alloc
+}
+}  // namespace detail
+
+qmBitmap::qmBitmap(detail::PlaneMemory memory, int planeWidth, int planeHeight, int stride)
+    : width(planeWidth),
+      height(planeHeight),
+      pixelsPerRow(stride),
+      memory_(std::move(memory)),
+      pixels_(reinterpret_cast<std::uint32_t*>(memory_.get())) {}
+
+qmMask::qmMask(detail::PlaneMemory memory, int planeWidth, int planeHeight, int stride)
+    : width(planeWidth),
+      height(planeHeight),
+      bytesPerRow(stride),
+      memory_(std::move(memory)),
+      bits_(reinterpret_cast<std::uint8_t*>(memory_.get())) {}
+
+qmAlphaMap::qmAlphaMap(detail::PlaneMemory memory, int planeWidth, int planeHeight, int stride)
+    : width(planeWidth),
+      height(planeHeight),
+      bytesPerRow(stride),
+      memory_(std::move(memory)),
+      bytes_(reinterpret_cast<std::uint8_t*>(memory_.get())) {}
+
+void qmMask::Set(int x, int y, bool visible) {
+  std::uint8_t& byte = Row(y)[x >> 3];
+  const auto bit = static_cast<std::uint8_t>(128 >> (x & 7));
+  byte = static_cast<std::uint8_t>(visible ? byte | bit : byte & ~bit);
+}
+
+int Planes::Width() const {
+  return bitmap ? bitmap->width : mask ? mask->width : alpha ? alpha->width : 0;
+}
+
+int Planes::Height() const {
+  return bitmap ? bitmap->height : mask ? mask->height : alpha ? alpha->height : 0;
+}
+
+Result<BitmapPtr> AllocBitmap(int width, int height) {
+  const std::int64_t stride = BitmapPixelsPerRow(width);
+  return std::make_shared<qmBitmap>(
+      TRY(AllocPlane(width, height, stride * qmBitmap::bytesPerPixel, false)), width, height,
+      static_cast<int>(stride));
+}
+
+Result<MaskPtr> AllocMask(int width, int height, bool clear) {
+  return std::make_shared<qmMask>(TRY(AllocPlane(width, height, MaskBytesPerRow(width), clear)),
+                                  width, height, MaskBytesPerRow(width));
+}
+
+Result<AlphaPtr> AllocAlphaMap(int width, int height, bool clear) {
+  return std::make_shared<qmAlphaMap>(
+      TRY(AllocPlane(width, height, AlphaBytesPerRow(width), clear)), width, height,
+      AlphaBytesPerRow(width));
+}
+
+qmBitmap ViewBitmap(std::uint32_t* pixels, int pixelsPerRow, int width, int height) {
+  return {Borrow(pixels), width, height, pixelsPerRow};
+}
+
+qmMask ViewMask(std::uint8_t* bits, int bytesPerRow, int width, int height) {
+  return {Borrow(bits), width, height, bytesPerRow};
+}
+
+qmAlphaMap ViewAlphaMap(std::uint8_t* bytes, int bytesPerRow, int width, int height) {
+  return {Borrow(bytes), width, height, bytesPerRow};
+}
+
+}  // namespace quillmere

@@ -1,0 +1,63 @@
+// Sampling one pixel of a transformed picture in doubles: the form that every faster one must
+// equal.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "pixels/kernels.h"
+
+namespace quillmere {
+
+/// Where a target pixel comes from.
+struct SourcePoint {
+  double x;
+  double y;
+};
+
+[[nodiscard]] inline SourcePoint SourceOf(const TransformRow& row, int column) {
+  return {row.stepX * column + row.rowX + row.offsetX, row.stepY * column + row.rowY + row.offsetY};
+}
+
+/// An index cut to 0 to size - 1. Positions of target pixels lie less than a few pixels outside.
+[[nodiscard]] inline int CutIndex(int index, int size) {
+  return std::clamp(index, 0, size - 1);
+}
+
+/// Mixes four values by the distances to the first; the sum is rounded by adding a half.
+[[nodiscard]] inline double MixFour(double c00, double c10, double c01, double c11, double fx,
+                                    double fy) {
+  return ((c00 * (1 - fx) + c10 * fx) * (1 - fy) + (c01 * (1 - fx) + c11 * fx) * fy) + 0.5;
+}
+
+/// Mixes four pixels byte by byte.
+[[nodiscard]] inline std::uint32_t MixFourPixels(std::uint32_t c00, std::uint32_t c10,
+                                                 std::uint32_t c01, std::uint32_t c11, double fx,
+                                                 double fy) {
+  std::uint32_t mixed = 0;
+  for (int shift = 0; shift < 32; shift += 8) {
+    const auto channel = [shift](std::uint32_t pixel) {
+      return static_cast<double>(pixel >> shift & 255);
+    };
+    const double value = MixFour(channel(c00), channel(c10), channel(c01), channel(c11), fx, fy);
+    mixed |= (static_cast<std::uint32_t>(value) & 255) << shift;
+  }
+  return mixed;
+}
+
+/// The smooth pixel of a column.
+[[nodiscard]] inline std::uint32_t SampleSmooth(const TransformRow& row, int column) {
+  const SourcePoint at = SourceOf(row, column);
+  const int left = CutIndex(static_cast<int>(at.x), row.width);
+  const int right = CutIndex(static_cast<int>(at.x) + 1, row.width);
+  const auto line = [&row](int y) {
+    return row.pixels + static_cast<std::ptrdiff_t>(CutIndex(y, row.height)) * row.pixelsPerRow;
+  };
+  const std::uint32_t* top = line(static_cast<int>(at.y));
+  const std::uint32_t* bottom = line(static_cast<int>(at.y) + 1);
+  return MixFourPixels(top[left], top[right], bottom[left], bottom[right], at.x - std::floor(at.x),
+                       at.y - std::floor(at.y));
+}
+
+}  // namespace quillmere
