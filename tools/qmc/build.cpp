@@ -15,8 +15,7 @@ std::string PlainFailure(const std::string& name, Error code, const std::string&
          std::to_string(static_cast<int>(code)) + ")\n";
 }
 
-std::string LinkExtraFiles(const BuildOptions& options, Linker& linker) {
-  std::string faults;
+void LinkExtraFiles(const BuildOptions& options, Linker& linker, std::string& faults) {
   for (const std::string& file : options.files) {
     const Status status = linker.Link(file, file);
     if (!status) faults += PlainFailure("qmc", status.error(), file);
@@ -30,7 +29,6 @@ std::string LinkExtraFiles(const BuildOptions& options, Linker& linker) {
     const Status status = linker.LinkFont(name, file);
     if (!status) faults += PlainFailure("qmc", status.error(), file);
   }
-  return faults;
 }
 
 void AddConstants(const Compilation& compilation, Applet& applet) {
@@ -54,10 +52,12 @@ void AddLines(const Compilation& compilation, Applet& applet) {
 
 }  // namespace
 
-Applet BuildApplet(Compilation& compilation, const BuildOptions& options) {
+Applet BuildApplet(Compilation& compilation, const BuildOptions& options,
+                   std::string& plainFaults) {
   Applet applet;
   Linker linker(applet);
   Declarations(compilation, applet, linker, options.linkFiles).Run();
+  LinkExtraFiles(options, linker, plainFaults);
   AddConstants(compilation, applet);
   if (!options.strip) AddLines(compilation, applet);
   applet.labels = compilation.code.labels;
@@ -104,13 +104,8 @@ std::string BuildScript(const BuildOptions& options) {
   Compilation compilation;
   CompileText(compilation, shown, options.script, *text);
   if (!compilation.diagnostics.Empty()) return compilation.diagnostics.Render(compilation.sources);
-  Applet applet;
   std::string faults;
-  {
-    applet = BuildApplet(compilation, options);
-    Linker linker(applet);
-    faults = LinkExtraFiles(options, linker);
-  }
+  const Applet applet = BuildApplet(compilation, options, faults);
   if (!compilation.diagnostics.Empty() || !faults.empty()) {
     return compilation.diagnostics.Render(compilation.sources) + faults;
   }

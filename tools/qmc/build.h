@@ -32,9 +32,11 @@ struct BuildOptions {
 /// only then the output is there, complete.
 [[nodiscard]] std::string BuildScript(const BuildOptions& options);
 
-/// The applet of a script that compiled without faults, with its declarations applied; more faults
-/// may come up on the way.
-[[nodiscard]] Applet BuildApplet(Compilation& compilation, const BuildOptions& options);
+/// The applet of a script that compiled without faults, with its declarations applied and all files
+/// linked. More faults may come up on the way: those with a place go to `compilation`, those of
+/// files that the command line names are added to `plainFaults`, ready to print.
+[[nodiscard]] Applet BuildApplet(Compilation& compilation, const BuildOptions& options,
+                                 std::string& plainFaults);
 
 /// Writes a file under another name first, so that a failure leaves what was there.
 [[nodiscard]] Status WriteWholeFile(const std::filesystem::path& path, const std::string& bytes,

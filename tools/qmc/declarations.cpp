@@ -119,6 +119,16 @@ std::filesystem::path Declarations::PathOf(const Position& position,
   return compilation_.sources.File(position.file).path.parent_path() / name;
 }
 
+/// The name of an object's file or key; a name that the player would not take is reported.
+std::optional<std::string> Declarations::NameArgument(std::size_t index) {
+  constexpr std::size_t limit = 1023;
+  auto name = TextArgument(index);
+  if (name && name->size() > limit) {
+    Report(directive_->arguments[index]->position, Error::SpecifiedNameTooLong);
+  }
+  return name;
+}
+
 /// Takes the object's file into the applet unless the script or the command line says no.
 void Declarations::LinkObject(AppletObject& object, Options& options, std::size_t nameArgument) {
   const bool isWanted = options.Flag("link").value_or(linkFiles_);
@@ -147,7 +157,7 @@ void Declarations::Transparency(Options& options, AppletObject& object) {
 /// What all pictures have in common: number, file, transparency. False when a part of it is wrong.
 bool Declarations::ReadPicture(AppletObject& object, Options& options) {
   if (!CheckCount(2, 3)) return false;
-  const auto name = TextArgument(1);
+  const auto name = NameArgument(1);
   if (!name) return false;
   object.name = *name;
   Transparency(options, object);
@@ -224,7 +234,7 @@ void Declarations::ReadSound(ObjectKind kind) {
   AppletObject object = NewObject(kind);
   Options options = OptionsArgument(2);
   if (!CheckCount(2, 3)) return;
-  const auto name = TextArgument(1);
+  const auto name = NameArgument(1);
   if (!name) return;
   object.name = *name;
   LinkObject(object, options, 1);
@@ -241,7 +251,7 @@ void Declarations::ReadFont() {
   AppletObject object = NewObject(ObjectKind::Font);
   Options options = OptionsArgument(3);
   if (!CheckCount(3, 4)) return;
-  const auto name = TextArgument(1);
+  const auto name = NameArgument(1);
   const auto size = NumberArgument(2);
   if (!name || !size) return;
   object.name = *name;
@@ -273,7 +283,7 @@ void Declarations::ReadButton() {
 void Declarations::ReadKey() {
   AppletObject object = NewObject(ObjectKind::Key);
   if (!CheckCount(2, 2)) return;
-  const auto key = TextArgument(1);
+  const auto key = NameArgument(1);
   if (!key) return;
   object.name = *key;
   applet_.objects.push_back(std::move(object));

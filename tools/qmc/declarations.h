@@ -72,6 +72,7 @@ class Declarations {
   [[nodiscard]] const Expr* Argument(std::size_t index);
   std::optional<double> NumberArgument(std::size_t index);
   std::optional<std::string> TextArgument(std::size_t index);
+  std::optional<std::string> NameArgument(std::size_t index);
   /// The options at an index when there are any; more arguments are reported.
   Options OptionsArgument(std::size_t index);
   /// The object's number, which must be new; 0 when it is not.

@@ -44,6 +44,8 @@ void Parser::Fail(Position position, Error error, std::string argument) {
 }
 
 void Parser::FailHere(Error error, std::string argument) {
+  // What the end of the script lacks is shown behind its last line.
+  if (Is(TokenKind::EndOfFile) && at_ > 0 && tokens_[at_ - 1].kind == TokenKind::Newline) --at_;
   Fail(Current().position, error, std::move(argument));
 }
 
