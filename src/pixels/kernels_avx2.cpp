@@ -307,7 +307,9 @@ AVX2 inline void Positions(__m256d columns, double slope, double row, double off
   const __m256d at = _mm256_add_pd(
       _mm256_add_pd(_mm256_mul_pd(columns, _mm256_set1_pd(slope)), _mm256_set1_pd(row)),
       _mm256_set1_pd(offset));
-  _mm_store_si128(reinterpret_cast<__m128i*>(out.whole), _mm256_cvttpd_epi32(at));
+  const __m256d cut =
+      _mm256_min_pd(_mm256_max_pd(at, _mm256_set1_pd(-farPosition)), _mm256_set1_pd(farPosition));
+  _mm_store_si128(reinterpret_cast<__m128i*>(out.whole), _mm256_cvttpd_epi32(cut));
   _mm256_store_pd(out.fraction, _mm256_sub_pd(at, _mm256_floor_pd(at)));
 }
 

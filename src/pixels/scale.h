@@ -21,7 +21,8 @@ struct ScaleTables {
   std::vector<std::int32_t> row;
   std::vector<std::int32_t> rowFraction;
   /// Two source rows, scaled across.
-  std::vector<std::uint32_t> lines[2];
+  std::vector<std::uint32_t> colorLines[2];
+  std::vector<std::uint8_t> alphaLines[2];
 };
 
 /// Scales a rectangle of the planes to a new size; absent planes stay absent, and the colour plane

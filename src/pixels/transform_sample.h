@@ -20,7 +20,14 @@ struct SourcePoint {
   return {row.stepX * column + row.rowX + row.offsetX, row.stepY * column + row.rowY + row.offsetY};
 }
 
-/// An index cut to 0 to size - 1. Positions of target pixels lie less than a few pixels outside.
+/// Truncates a position. The source of a target pixel lies near the picture unless the matrix
+/// shrinks it to nothing; then any index outside will do.
+inline constexpr double farPosition = 1 << 30;
+[[nodiscard]] inline int TruncatePosition(double position) {
+  return static_cast<int>(std::clamp(position, -farPosition, farPosition));
+}
+
+/// An index cut to 0 to size - 1.
 [[nodiscard]] inline int CutIndex(int index, int size) {
   return std::clamp(index, 0, size - 1);
 }
@@ -49,13 +56,13 @@ struct SourcePoint {
 /// The smooth pixel of a column.
 [[nodiscard]] inline std::uint32_t SampleSmooth(const TransformRow& row, int column) {
   const SourcePoint at = SourceOf(row, column);
-  const int left = CutIndex(static_cast<int>(at.x), row.width);
-  const int right = CutIndex(static_cast<int>(at.x) + 1, row.width);
+  const int left = CutIndex(TruncatePosition(at.x), row.width);
+  const int right = CutIndex(TruncatePosition(at.x) + 1, row.width);
   const auto line = [&row](int y) {
     return row.pixels + static_cast<std::ptrdiff_t>(CutIndex(y, row.height)) * row.pixelsPerRow;
   };
-  const std::uint32_t* top = line(static_cast<int>(at.y));
-  const std::uint32_t* bottom = line(static_cast<int>(at.y) + 1);
+  const std::uint32_t* top = line(TruncatePosition(at.y));
+  const std::uint32_t* bottom = line(TruncatePosition(at.y) + 1);
   return MixFourPixels(top[left], top[right], bottom[left], bottom[right], at.x - std::floor(at.x),
                        at.y - std::floor(at.y));
 }
