@@ -2,7 +2,7 @@
 """Runs test scripts: compiles each, plays it without a screen, and compares what it did with what
 its own comments say.
 
-    run.py [--player FILE] [--qmc FILE] [-j N] [--work DIR] [folder or script ...]
+    run.py [--player FILE] [--qmc FILE] [-j N] [--work DIR] [folder, script or document ...]
 
 A script says what it expects in comments. Printed lines are expected in the order in which they
 stand in the file:
@@ -24,8 +24,12 @@ and how it wants to be run:
     ; picture: MADE = GOLDEN [within N]
                                a picture that the run makes equals one beside the script, each
                                channel of each pixel within N
+    ; only: compile            the script is not run
     ; timeout: SECONDS         instead of 60
     ; known failure: REASON    the test has to fail, until somebody mends it
+
+Of a document (.md) each block of code marked `qms` is such a script; one marked `qms compile` is
+compiled without its files and not run.
 
 Each test runs in an empty directory of its own. A failure prints the difference and the command
 that runs the test alone; pictures that differ stay in the work directory.
@@ -49,7 +53,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 DIRECTIVE = re.compile(
     r";\s*(expect(?: match| error| compile error| request| file)?|input|args|qmc|env|needs|picture|"
-    r"timeout|known failure):[ ]?(.*)$"
+    r"only|timeout|known failure):[ ]?(.*)$"
 )
 PICTURE = re.compile(r"(\S+)\s*=\s*(\S+)(?:\s+within\s+(\d+))?$")
 
@@ -86,6 +90,7 @@ class Plan:
         self.env = {}
         self.needs = []
         self.pictures = []
+        self.compile_only = False
         self.timeout = 60.0
         self.known_failure = None
         for number, line in enumerate(path.read_text("latin-1").splitlines(), 1):
@@ -126,6 +131,8 @@ class Plan:
             if not match:
                 raise Failure(f"{self.path}:{number}: a picture is written MADE = GOLDEN")
             self.pictures.append((match.group(1), match.group(2), int(match.group(3) or 0)))
+        elif kind == "only":
+            self.compile_only = text == "compile"
         elif kind == "timeout":
             self.timeout = float(text)
         elif kind == "known failure":
@@ -249,7 +256,7 @@ def run_one(path, options):
         with tempfile.TemporaryDirectory(prefix="qms-") as name:
             directory = pathlib.Path(name)
             applet = compile_script(plan, options, directory)
-            if applet:
+            if applet and not plan.compile_only:
                 play(plan, options, directory, applet)
                 compare_files(plan, directory)
                 compare_pictures(plan, options, directory)
@@ -258,9 +265,30 @@ def run_one(path, options):
     return f"passes, but is marked as a known failure: {known}" if known else None
 
 
-def find_scripts(paths):
+def blocks_of(document, directory):
+    """Writes each marked block of a document as a script that keeps the block's line numbers."""
+    lines = document.read_text().splitlines()
+    opening = None
+    for number, line in enumerate(lines):
+        if line.startswith("```qms"):
+            opening = number
+        elif line == "```" and opening is not None:
+            # The lines ahead of the block have room for directives.
+            ahead = [""] * (opening + 1)
+            if lines[opening] == "```qms compile":
+                ahead[:2] = ["; qmc: --no-link", "; only: compile"]
+            script = ahead + lines[opening + 1 : number]
+            path = directory / f"{document.stem}-{opening + 1}.qms"
+            path.write_text("\n".join(script) + "\n", "latin-1")
+            yield path
+            opening = None
+
+
+def find_scripts(paths, directory):
     for path in paths or [HERE]:
-        if path.is_dir():
+        if path.suffix == ".md":
+            yield from blocks_of(path, directory)
+        elif path.is_dir():
             yield from sorted(p for p in path.rglob("*.qms") if "include" not in p.parts)
         else:
             yield path
@@ -279,7 +307,12 @@ def main():
     for field in ("player", "qmc", "work"):
         setattr(options, field, getattr(options, field).resolve())
 
-    scripts = [path.resolve() for path in find_scripts(options.paths)]
+    with tempfile.TemporaryDirectory(prefix="qms-blocks-") as blocks:
+        scripts = [path.resolve() for path in find_scripts(options.paths, pathlib.Path(blocks))]
+        return run_all(scripts, options)
+
+
+def run_all(scripts, options):
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(options.j) as pool:
         for path, failure in zip(scripts, pool.map(lambda p: run_one(p, options), scripts)):

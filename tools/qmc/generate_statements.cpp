@@ -555,6 +555,10 @@ void Generator::CompileJump(const LabelStatement& statement, int mode) {
 
 void Generator::CompileReturn(const ReturnStatement& statement) {
   const std::span<Expr*> values = statement.values;
+  if (values.empty()) {
+    code().EmitABC(OP_RETURN, 0, 1, 0);
+    return;
+  }
   if (values.size() == 1 && IsCall(*values[0])) {
     const int reg = CompileCall(*values[0], -1, true);
     code().EmitABC(OP_RETURN, reg, 0, 0);

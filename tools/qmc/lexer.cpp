@@ -59,8 +59,12 @@ void Lexer::ReadFile(std::uint32_t file) {
   cursor_ = {.file = file, .text = sources_.File(file).text};
   if (cursor_.text.starts_with("\xEF\xBB\xBF")) cursor_.at = 3;
   StartStretch();
-  while (!AtEnd() && !diagnostics_.Full()) ReadToken();
-  if (!AtLineStart()) Push(TokenKind::Newline, cursor_.at);
+  while (!AtEnd() && !diagnostics_.Full()) {
+    const std::size_t before = tokens_.size();
+    ReadToken();
+    if (tokens_.size() != before) lastEnd_ = cursor_.at;
+  }
+  if (!AtLineStart()) Push(TokenKind::Newline, lastEnd_);
   EndStretch();
 }
 
@@ -110,7 +114,7 @@ void Lexer::PushNumber(std::size_t start, double value) {
 }
 
 void Lexer::NewLine() {
-  if (!AtLineStart()) Push(TokenKind::Newline, cursor_.at);
+  if (!AtLineStart()) Push(TokenKind::Newline, lastEnd_);
   ++cursor_.at;
   ++cursor_.fileLine;
   ++line_;
@@ -279,6 +283,7 @@ void Lexer::ReadConstant(std::size_t start) {
   if (!Is(Peek(1), nameStart)) {
     ++cursor_.at;
     Report(start, Error::SyntaxErrorVariableName);
+    PushNumber(start, 0);
     return;
   }
   const Name name = TakeName(start + 1);

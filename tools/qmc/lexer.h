@@ -85,6 +85,8 @@ class Lexer {
   std::vector<Token> tokens_;
   /// The line in the numbering of the compiled script.
   std::uint32_t line_ = 1;
+  /// Where the last token ends: the place of the line end behind it.
+  std::size_t lastEnd_ = 0;
   std::size_t includeDepth_ = 0;
   Name includeName_;
   std::string scratch_;

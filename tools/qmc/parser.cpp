@@ -33,14 +33,15 @@ void Parser::SkipNewlines() {
   while (Is(TokenKind::Newline)) Advance();
 }
 
-void Parser::SkipLine() {
-  while (!Is(TokenKind::Newline) && !Is(TokenKind::EndOfFile)) Advance();
+/// Passes over the rest of a faulty command.
+void Parser::SkipCommand() {
+  while (!Is(TokenKind::Newline) && !Is(TokenKind::Colon) && !Is(TokenKind::EndOfFile)) Advance();
 }
 
 void Parser::Fail(Position position, Error error, std::string argument) {
   if (!panic_) diagnostics_.Report(position, error, std::move(argument));
   panic_ = true;
-  SkipLine();
+  SkipCommand();
 }
 
 void Parser::FailHere(Error error, std::string argument) {

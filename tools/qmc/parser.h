@@ -1,5 +1,5 @@
-// From the words of a script to its tree. A fault ends the line it stands on: the rest of the line
-// is passed over and parsing goes on, so that one run finds most faults of a script.
+// From the words of a script to its tree. A fault ends the command it stands in: the rest of it is
+// passed over and parsing goes on, so that one run finds most faults of a script.
 #pragma once
 
 #include <optional>
@@ -82,7 +82,7 @@ class Parser {
   bool Expect(TokenKind kind, Error error, std::string argument = {});
   bool ExpectClosing(TokenKind kind, Error error);
   void SkipNewlines();
-  void SkipLine();
+  void SkipCommand();
 
   // Faults.
   void Fail(Position position, Error error, std::string argument = {});
@@ -200,7 +200,7 @@ class Parser {
   /// Open brackets: inside them a line may end anywhere.
   int brackets_ = 0;
   int levels_ = 0;
-  /// A fault was reported on this line: no more are, until the line ends.
+  /// A fault was reported in this command: no more are, until it ends.
   bool panic_ = false;
 };
 
