@@ -87,6 +87,8 @@ struct Expr {
   ExprKind kind = ExprKind::Error;
   std::uint32_t line = 0;
   Position position;
+  /// Levels of the tree below and with this node: as deep does the compiler call itself.
+  std::uint32_t depth = 1;
 };
 
 struct NumberExpr : Expr {
@@ -167,6 +169,8 @@ struct FunctionNode {
   Position position;
   /// Main chunk only: it has labels, so no two of its locals may share a register.
   bool hasLabels = false;
+  /// The deepest tree of a value in it.
+  std::uint32_t depth = 0;
   /// Registers that all locals of all blocks take together.
   int localRegisters = 0;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "vm/limits.h"
 
@@ -10,9 +11,8 @@ namespace quillmere::qmc {
 /// Blocks, brackets and functions inside one another: they are walked on the native stack, and the
 /// image reader takes no more functions than this.
 inline constexpr int maxSyntaxLevels = 190;
-/// Operators of one strength, or fields and calls, one behind the other: each is a level of the
-/// tree.
-inline constexpr std::size_t maxChain = 1000;
+/// Levels of the tree of a value: they are walked on the native stack too.
+inline constexpr std::uint32_t maxDepth = 1000;
 /// Texts that one instruction joins: they stand in registers side by side.
 inline constexpr std::size_t maxJoin = 40;
 /// Locals of a function at one place; what is left of the registers serves expressions.

@@ -125,21 +125,30 @@ Expr* Parser::StringNode(const Token& token, Name text) {
   return node;
 }
 
+Expr* Parser::Deepen(Expr* node, std::uint32_t below) {
+  node->depth = below + 1;
+  scope_->deepest = std::max(scope_->deepest, node->depth);
+  if (node->depth <= maxDepth) return node;
+  Fail(node->position, Error::ExpressionOrFunctionTooComplex);
+  return ErrorNode();
+}
+
+std::uint32_t Parser::DepthOf(std::span<Expr* const> list) {
+  std::uint32_t depth = 0;
+  for (const Expr* expr : list) depth = std::max(depth, expr->depth);
+  return depth;
+}
+
 // ---- Operators
 
 Expr* Parser::ParseBinary(int minimum) {
   if (!EnterLevel()) return LeaveLevel(), ErrorNode();
   Expr* left = ParseUnary();
-  for (std::size_t chain = 0;;) {
+  for (;;) {
     if (brackets_ > 0) SkipNewlines();
     const Token& token = Current();
     const Binding binding = BindingOf(token.kind);
     if (binding.left <= minimum) break;
-    // Texts are joined side by side, everything else adds a level to the tree.
-    if (token.kind != TokenKind::Concat && ++chain > maxChain) {
-      FailHere(Error::ExpressionOrFunctionTooComplex);
-      break;
-    }
     Advance();
     SkipNewlines();
     left = MakeBinary(token.kind, token, left, ParseBinary(binding.right));
@@ -155,7 +164,7 @@ Expr* Parser::ParseUnary() {
       Advance();
       auto* node = Node<WrapExpr>(ExprKind::Not, token);
       node->operand = ParseBinary(notLevel);
-      return node;
+      return Deepen(node, node->operand->depth);
     }
     case TokenKind::Minus:
       Advance();
@@ -178,7 +187,7 @@ Expr* Parser::MakeUnary(UnaryOp op, const Token& token, Expr* operand) {
   auto* node = Node<UnaryExpr>(ExprKind::Unary, token);
   node->op = op;
   node->operand = operand;
-  return node;
+  return Deepen(node, operand->depth);
 }
 
 Expr* Parser::MakeBinary(TokenKind op, const Token& token, Expr* left, Expr* right) {
@@ -186,7 +195,7 @@ Expr* Parser::MakeBinary(TokenKind op, const Token& token, Expr* left, Expr* rig
     auto* node = Node<LogicExpr>(op == TokenKind::And ? ExprKind::And : ExprKind::Or, token);
     node->left = left;
     node->right = right;
-    return node;
+    return Deepen(node, std::max(left->depth, right->depth));
   }
   if (BindingOf(op).left == BindingOf(TokenKind::Equal).left) {
     return MakeCompare(CompareOf(op), token, left, right);
@@ -203,7 +212,7 @@ Expr* Parser::MakeCompare(CompareOp op, const Token& token, Expr* left, Expr* ri
   node->op = op;
   node->left = left;
   node->right = right;
-  return node;
+  return Deepen(node, std::max(left->depth, right->depth));
 }
 
 Expr* Parser::JoinTexts(const Token& token, const Expr& left, const Expr& right) {
@@ -235,7 +244,9 @@ Expr* Parser::MakeArithmetic(BinaryOp op, const Token& token, Expr* left, Expr* 
   node->op = op;
   node->left = left;
   node->right = right;
-  return node;
+  // A chain of texts is joined side by side, however long it is.
+  const std::uint32_t leftDepth = op == BinaryOp::Concat ? left->depth - 1 : left->depth;
+  return Deepen(node, std::max(leftDepth, right->depth));
 }
 
 // ---- Operands
@@ -307,7 +318,7 @@ Expr* Parser::MakeCall(const Token& token, Expr* callee, std::span<Expr*> argume
   auto* node = Node<CallExpr>(ExprKind::Call, token);
   node->callee = callee;
   node->arguments = arguments;
-  return node;
+  return Deepen(node, std::max(callee->depth, DepthOf(arguments)));
 }
 
 Expr* Parser::ParsePrimary() {
@@ -327,7 +338,7 @@ Expr* Parser::ParsePrimary() {
     if (inner->kind != ExprKind::Call && inner->kind != ExprKind::Method) return inner;
     auto* node = Node<WrapExpr>(ExprKind::Single, token);
     node->operand = inner;
-    return node;
+    return Deepen(node, inner->depth);
   }
   FailHere(IsKeyword(token.kind) ? Error::CannotUseReservedWordHere : Error::ValueExpected);
   return ErrorNode();
@@ -335,12 +346,8 @@ Expr* Parser::ParsePrimary() {
 
 Expr* Parser::ParsePostfix() {
   Expr* value = ParsePrimary();
-  for (std::size_t chain = 0;; ++chain) {
+  for (;;) {
     const Token& token = Current();
-    if (chain > maxChain) {
-      FailHere(Error::ExpressionOrFunctionTooComplex);
-      return value;
-    }
     switch (token.kind) {
       case TokenKind::Dot: {
         Advance();
@@ -350,7 +357,7 @@ Expr* Parser::ParsePostfix() {
         auto* node = Node<IndexExpr>(ExprKind::Index, token);
         node->table = value;
         node->key = StringNode(nameToken, *name);
-        value = node;
+        value = Deepen(node, value->depth);
         break;
       }
       case TokenKind::OpenSquare: {
@@ -363,7 +370,7 @@ Expr* Parser::ParsePostfix() {
         SkipNewlines();
         --brackets_;
         ExpectClosing(TokenKind::CloseSquare, Error::ClosingSquareBracketExpected);
-        value = node;
+        value = Deepen(node, std::max(value->depth, node->key->depth));
         break;
       }
       case TokenKind::Arrow: {
@@ -375,7 +382,7 @@ Expr* Parser::ParsePostfix() {
         node->name = *name;
         if (!Is(TokenKind::OpenBracket)) FailHere(Error::OpeningBracketExpected);
         node->arguments = ParseArguments();
-        value = node;
+        value = Deepen(node, std::max(value->depth, DepthOf(node->arguments)));
         break;
       }
       case TokenKind::OpenBracket:
@@ -436,7 +443,11 @@ Expr* Parser::ParseTable() {
   }
   auto* node = Node<TableExpr>(ExprKind::Table, token);
   node->items = arena_.Copy<TableItem>(items);
-  return node;
+  std::uint32_t below = 0;
+  for (const TableItem& item : items) {
+    below = std::max({below, item.value->depth, item.key == nullptr ? 0 : item.key->depth});
+  }
+  return Deepen(node, below);
 }
 
 void Parser::ParseTableItem(std::vector<TableItem>& items) {
@@ -467,7 +478,7 @@ Expr* Parser::ParseFunctionExpression() {
   Advance();
   auto* node = Node<FunctionExpr>(ExprKind::Function, token);
   node->function = ParseFunctionBody(token, false);
-  return node;
+  return Deepen(node, node->function->depth);
 }
 
 void Parser::ParseParameters(std::vector<LocalVar*>& parameters, LocalVar*& surplus) {
@@ -518,6 +529,7 @@ FunctionNode* Parser::ParseFunctionBody(const Token& opening, bool hasSelf) {
   CloseConstruct(TokenKind::EndFunction, Error::FunctionWithoutEndfunction, opening.position);
   CloseBlock();
   node->upvalues = arena_.Copy<UpvalueSource>(scope.upvalues);
+  node->depth = scope.deepest;
   brackets_ = outerBrackets;
   scope_ = scope.outer;
   LeaveLevel();

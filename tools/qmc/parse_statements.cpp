@@ -239,6 +239,7 @@ Statement* Parser::ParseLocalFunction(const Token& opening) {
   Activate(local, position);
   auto* value = Node<FunctionExpr>(ExprKind::Function, functionToken);
   value->function = ParseFunctionBody(functionToken, false);
+  Deepen(value, value->function->depth);
   auto* node = Make<LocalStatement>(StatementKind::Local, opening);
   node->isFunction = true;
   node->variables = arena_.Copy<LocalVar*>(std::span<LocalVar* const>(&local, 1));
@@ -264,10 +265,11 @@ Statement* Parser::ParseFunction() {
     auto* node = Node<IndexExpr>(ExprKind::Index, fieldToken);
     node->table = target;
     node->key = StringNode(fieldToken, *field);
-    target = node;
+    target = Deepen(node, target->depth);
   }
   auto* value = Node<FunctionExpr>(ExprKind::Function, opening);
   value->function = ParseFunctionBody(opening, isMethod);
+  Deepen(value, value->function->depth);
   auto* node = Make<AssignStatement>(StatementKind::Assign, opening);
   Expr* targets[] = {target};
   Expr* values[] = {value};

@@ -62,6 +62,8 @@ class Parser {
     std::vector<std::size_t> blocks = {};
     std::vector<UpvalueSource> upvalues = {};
     int loops = 0;
+    /// The deepest tree of a value in the function.
+    std::uint32_t deepest = 0;
   };
   struct PendingLabel {
     Name name;
@@ -112,6 +114,9 @@ class Parser {
     node->position = token.position;
     return node;
   }
+  /// Notes how deep a node's tree is, which has a limit.
+  Expr* Deepen(Expr* node, std::uint32_t below);
+  static std::uint32_t DepthOf(std::span<Expr* const> list);
   [[nodiscard]] Expr* ErrorNode() { return Node<Expr>(ExprKind::Error, Current()); }
   [[nodiscard]] Expr* NumberNode(const Token& token, double value);
   [[nodiscard]] Expr* StringNode(const Token& token, Name text);
