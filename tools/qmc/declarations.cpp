@@ -292,7 +292,7 @@ void Declarations::ReadKey() {
 // ---- Linked files
 
 void Declarations::ReadLink() {
-  if (!CheckCount(1, std::string::npos)) return;
+  if (!CheckCount(1, std::string::npos) || !linkFiles_) return;
   for (std::size_t i = 0; i < Count(); ++i) {
     const auto name = TextArgument(i);
     if (!name) continue;
@@ -307,7 +307,7 @@ void Declarations::ReadLinkFont() {
   if (!CheckCount(2, 2)) return;
   const auto name = TextArgument(0);
   const auto file = TextArgument(1);
-  if (!name || !file) return;
+  if (!name || !file || !linkFiles_) return;
   const Position position = directive_->arguments[1]->position;
   const Status status = linker_.LinkFont(*name, PathOf(position, *file));
   if (!status) Report(position, status.error(), *file);

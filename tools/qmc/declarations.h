@@ -17,7 +17,7 @@ namespace quillmere::qmc {
 /// linked. Faults are reported at the values that cause them.
 class Declarations {
  public:
-  /// With `linkFiles` off the files that declarations name stay outside, except those of `@LINK`.
+  /// With `linkFiles` off the files that declarations name stay outside.
   Declarations(Compilation& compilation, Applet& applet, Linker& linker, bool linkFiles)
       : compilation_(compilation), applet_(applet), linker_(linker), linkFiles_(linkFiles) {}
 
