@@ -47,6 +47,11 @@ inline constexpr int vmMaxImageDepth = 200;
 /// A decoded image takes at most this many times the bytes of the image.
 inline constexpr std::size_t vmMaxImageGrowth = 16;
 
+/// Calls and backward jumps between two runs of the line hook. Without either a script cannot go on
+/// for long, and only what it calls can see what the hook does; running it at each line would cost
+/// more than the script itself.
+inline constexpr int vmLineHookInterval = 256;
+
 /// Values of one list store instruction.
 inline constexpr int vmListBatch = 32;
 /// Characters of a library's name.

@@ -215,8 +215,12 @@ inline constexpr int vmMaskReturn = 2;
 inline constexpr int vmMaskLine = 4;
 inline constexpr int vmMaskCount = 8;
 using VmHook = void (*)(VmState& state, VmHookEvent event, int line);
-/// Installs a hook; null or a zero mask clears it.
+/// Installs a hook; null or a zero mask clears it. The line hook runs when the script calls
+/// something or jumps backward, but at most every 256th time, so that it costs next to nothing.
 void vmSetHook(VmState& state, VmHook hook, int mask, int count);
+
+/// Makes the line hook run at the next chance: for commands that have let time pass.
+void vmRequestLineHook(VmState& state);
 
 /// What is known of one running function. Texts are valid while it runs.
 struct VmActivation {

@@ -1,0 +1,301 @@
+// The machine's own records: the running context with its stack and frames, and what all of it
+// shares. Everything outside of this room sees them through vm.h alone.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vm/limits.h"
+#include "vm/value.h"
+#include "vm/vm.h"
+
+namespace quillmere {
+
+/// The events of metatables, in the order of their numbers.
+enum class VmEvent : int {
+  Index,
+  NewIndex,
+  GC,
+  Mode,
+  Eq,
+  Add,
+  Sub,
+  Mul,
+  Div,
+  DivInt,
+  Mod,
+  Lsh,
+  Rsh,
+  Or,
+  And,
+  Xor,
+  Pow,
+  Unm,
+  Not,
+  Lt,
+  Le,
+  Concat,
+  Call,
+  Count
+};
+
+/// One running function.
+struct VmFrame {
+  /// The first register; the function itself stands below it.
+  VmValue* base = nullptr;
+  /// The end of the frame.
+  VmValue* top = nullptr;
+  /// The next instruction, valid while another frame runs or a call can look.
+  const VmInstruction* savedPc = nullptr;
+  /// Tail calls that were lost behind this frame.
+  std::int32_t tailCalls = 0;
+  bool isNative = false;
+  /// Entered by a call instruction, so that its return goes on in the same loop.
+  bool calledFromScript = false;
+};
+
+/// Bits of `VmState::attention`: why the interpreter has to look up before an instruction.
+enum VmAttention : std::uint32_t { attentionQuit = 1, attentionCount = 2 };
+
+struct VmGlobals {
+  explicit VmGlobals(Host& programHost) : host(programHost) {}
+
+  Host& host;
+
+  std::vector<VmString*> buckets;
+  std::size_t stringCount = 0;
+
+  VmObject* allObjects = nullptr;
+  VmObject* allUserdata = nullptr;
+  VmObject* toFinalize = nullptr;
+  std::size_t gcThreshold = 0;
+  std::size_t bytesInUse = 0;
+  bool collecting = false;
+  std::vector<VmObject*> gray;
+
+  /// Used by concatenation.
+  std::string sharedBuffer;
+  VmTable* registry = nullptr;
+  VmTable* defaultMeta = nullptr;
+  VmNode dummyNode;
+  std::array<VmString*, static_cast<std::size_t>(VmEvent::Count)> eventNames{};
+
+  /// Return addresses of subroutine calls.
+  std::vector<const VmInstruction*> subroutines;
+  /// The instruction behind the last call, as an index.
+  std::int32_t currentPc = 0;
+  /// How far a native that asks for a jump wants to go from there.
+  std::int32_t labelJumpOffset = 0;
+
+  std::vector<VmLibraryEntry> libraries;
+  VmErrorPosition position;
+  int lastError = 0;
+  /// The command that reads the last error, and so does not clear it.
+  VmNative lastErrorReader = nullptr;
+};
+
+struct VmState : VmObject {
+  VmValue* top = nullptr;
+  VmValue* base = nullptr;
+  VmFrame* ci = nullptr;
+  std::uint32_t attention = 0;
+  VmGlobals* globals = nullptr;
+  VmTable* globalTable = nullptr;
+  VmValue* stack = nullptr;
+  VmValue* stackLast = nullptr;
+  std::int32_t stackSize = 0;
+  std::unique_ptr<VmFrame[]> frames;
+  std::int32_t frameCount = 0;
+  std::int32_t nativeCalls = 0;
+  /// Protected calls in force, one inside the other.
+  std::int32_t protectedRegions = 0;
+  VmUpvalue* openUpvalues = nullptr;
+
+  VmHook hook = nullptr;
+  int hookMask = 0;
+  int baseHookCount = 0;
+  int hookCount = 0;
+  /// Calls and backward jumps until the line hook is looked at again.
+  std::int32_t linePatience = vmLineHookInterval;
+  bool allowHook = true;
+
+  [[nodiscard]] VmFrame* FramesEnd() const { return frames.get() + frameCount; }
+};
+
+[[nodiscard]] inline std::ptrdiff_t SaveStack(const VmState& state, const VmValue* place) {
+  return place - state.stack;
+}
+[[nodiscard]] inline VmValue* RestoreStack(const VmState& state, std::ptrdiff_t offset) {
+  return state.stack + offset;
+}
+
+/// The function of a frame.
+[[nodiscard]] inline VmClosure* FunctionOf(const VmFrame& frame) {
+  return frame.base[-1].closure();
+}
+
+// ---- memory.cpp
+
+/// The only door to memory: new size 0 frees. Keeps the account; a failure throws `OutOfMemory`.
+void* vmRealloc(VmState& state, void* block, std::size_t oldSize, std::size_t newSize);
+
+template <class T>
+T* NewBlock(VmState& state, std::size_t count) {
+  if (count > vmMaxBlock / sizeof(T)) vmThrow(state, Error::OutOfMemory);
+  return static_cast<T*>(vmRealloc(state, nullptr, 0, count * sizeof(T)));
+}
+template <class T>
+void FreeBlock(VmState& state, T* block, std::size_t count) {
+  if (block != nullptr) vmRealloc(state, block, count * sizeof(T), 0);
+}
+
+// ---- strings.cpp
+
+VmString* NewString(VmState& state, std::string_view bytes);
+/// Walks the strings piece by piece between zeros: below, equal or above 0.
+[[nodiscard]] int CompareStrings(const VmString& a, const VmString& b);
+void ResizeStringTable(VmState& state, std::size_t size);
+
+// ---- objects.cpp
+
+[[nodiscard]] VmClosure* NewScriptClosure(VmState& state, VmProto* proto, VmTable* environment);
+[[nodiscard]] VmClosure* NewNativeClosure(VmState& state, VmNative entry, int upvalueCount);
+[[nodiscard]] VmUserdata* NewUserdata(VmState& state, std::size_t size);
+[[nodiscard]] VmProto* NewProto(VmState& state);
+VmUpvalue* FindUpvalue(VmState& state, VmValue* level);
+/// Closes the upvalues at or above `level`.
+void CloseUpvalues(VmState& state, const VmValue* level);
+void FreeObject(VmState& state, VmObject* object);
+
+// ---- collector.cpp
+
+void vmCollect(VmState& state);
+inline void vmCheckGC(VmState& state);
+/// Calls what is left to be finalized; errors of finalizers pass through.
+void CallFinalizers(VmState& state);
+/// Moves every userdata to the ones to be finalized.
+void SeparateAllUserdata(VmState& state);
+void FreeAllObjects(VmState& state);
+
+// ---- calls.cpp
+
+enum class PreCallKind { Script, Native, Jump };
+struct PreCall {
+  PreCallKind kind = PreCallKind::Script;
+  VmValue* firstResult = nullptr;
+  /// A native's error code, or -1 or -2 for a jump.
+  int code = 0;
+};
+
+void GrowStack(VmState& state, int slots);
+inline void EnsureStack(VmState& state, int slots) {
+  if (state.stackLast - state.top <= slots) GrowStack(state, slots);
+}
+void ResizeStack(VmState& state, int size);
+void ResizeFrames(VmState& state, int count);
+/// Prepares a call of the function below its arguments: a script function gets its frame, a native
+/// runs.
+PreCall vmPreCall(VmState& state, VmValue* function);
+/// Drops the frame and moves the results to the function's place.
+void vmPostCall(VmState& state, int wanted, VmValue* firstResult);
+/// Calls through a new activation; the code of a native, or 0.
+int vmCallAt(VmState& state, VmValue* function, int wanted);
+/// Runs `body`; the code that it threw, or 0, with the state as it was at the start but for the
+/// top.
+template <class Body>
+int vmProtectedRun(VmState& state, Body&& body);
+void RecoverState(VmState& state, std::ptrdiff_t frameOffset, int nativeCalls, bool allowHook,
+                  std::ptrdiff_t oldTop);
+void CallHook(VmState& state, VmHookEvent event, int line);
+
+// ---- execute.cpp
+
+/// Runs the topmost frame until it returns; the place of its first result, or null when the program
+/// is to stop.
+VmValue* vmExecute(VmState& state);
+
+// ---- operations.cpp
+
+/// A pointer to a number made of the value, which may be `scratch`, or null.
+const VmValue* ToNumberValue(const VmValue& value, VmValue& scratch);
+/// Converts numbers and nil in place.
+bool ToStringInPlace(VmState& state, VmValue& value);
+void PushNumberText(VmState& state, double value);
+/// Reads an entry with events; a missing one is nil. `object` and `key` may stand on the stack.
+VmValue GetTableEntry(VmState& state, VmValue object, VmValue key, const VmValue* place,
+                      int loop = 0);
+void SetTableEntry(VmState& state, VmValue object, VmValue key, VmValue value,
+                   const VmValue* place);
+/// The value of a global whose name is not in the environment.
+VmValue GetMissingGlobal(VmState& state, VmTable& environment, VmValue key);
+/// Reads a field for the script: what is missing raises, unless `missingIsNil`.
+VmValue GetField(VmState& state, VmValue object, VmValue key, const VmValue* place,
+                 bool missingIsNil);
+VmValue Arithmetic(VmState& state, VmValue a, VmValue b, VmOp op);
+VmValue Negate(VmState& state, VmValue a);
+VmValue Complement(VmState& state, VmValue a);
+[[nodiscard]] bool EqualValues(VmState& state, const VmValue& a, const VmValue& b);
+[[nodiscard]] bool LessThan(VmState& state, const VmValue& a, const VmValue& b);
+[[nodiscard]] bool LessEqual(VmState& state, const VmValue& a, const VmValue& b);
+/// Joins `count` values that end at `last` into the first of them.
+void Concatenate(VmState& state, int count, VmValue* last);
+/// The event of a value: tables and userdata only.
+[[nodiscard]] const VmValue& EventOf(VmState& state, const VmValue& value, VmEvent event);
+/// The event of a metatable; remembers that it is absent.
+[[nodiscard]] const VmValue* FindEvent(VmState& state, VmTable& metatable, VmEvent event);
+/// `FindEvent` with the test of the remembered ones inline.
+[[nodiscard]] inline const VmValue* FastEvent(VmState& state, VmTable& metatable, VmEvent event) {
+  if ((metatable.absentEvents >> static_cast<int>(event) & 1) != 0) return nullptr;
+  return FindEvent(state, metatable, event);
+}
+
+// ---- debug.cpp
+
+struct VmName {
+  std::string name;
+  const char* kind = "";
+};
+/// The name of a register of a script frame, as far as it can be told.
+[[nodiscard]] VmName FindName(VmState& state, const VmFrame& frame, int reg);
+/// The name by which the function of a frame was called.
+[[nodiscard]] VmName NameOfCall(VmState& state, const VmFrame& frame);
+[[nodiscard]] int CurrentLine(const VmFrame& frame);
+/// Raises with the name of the value at `place`, when it is a register of the running function, and
+/// a suffix as the error argument.
+[[noreturn]] void NamedError(VmState& state, Error code, const VmValue* place, const char* suffix);
+void CollectErrorContext(VmState& state);
+/// What becomes of the code that a native handed back; returns when the script goes on.
+void ReportNativeError(VmState& state, int code);
+void TraceCall(VmState& state);
+
+// ---- inline parts
+
+inline void vmCheckGC(VmState& state) {
+#ifdef QUILLMERE_COLLECT_ALWAYS
+  vmCollect(state);
+#else
+  if (state.globals->bytesInUse >= state.globals->gcThreshold) vmCollect(state);
+#endif
+}
+
+template <class Body>
+int vmProtectedRun(VmState& state, Body&& body) {
+  const std::ptrdiff_t frameOffset = state.ci - state.frames.get();
+  const std::ptrdiff_t oldTop = SaveStack(state, state.top);
+  const int nativeCalls = state.nativeCalls;
+  const bool allowHook = state.allowHook;
+  ++state.protectedRegions;
+  try {
+    body();
+    --state.protectedRegions;
+    return 0;
+  } catch (const VmException& exception) {
+    --state.protectedRegions;
+    RecoverState(state, frameOffset, nativeCalls, allowHook, oldTop);
+    return static_cast<int>(exception.code);
+  }
+}
+
+}  // namespace quillmere
