@@ -24,7 +24,17 @@ struct PictureFormat {
 [[nodiscard]] bool IsJpeg(FileBytes bytes);
 [[nodiscard]] Result<PictureObject> DecodeJpeg(FileBytes bytes, DecodeScope scope);
 
-/// Formats that SDL2_image decodes: BMP, TIFF, WebP, PCX, XPM, PNM, QOI, icons, and TGA, which has
+[[nodiscard]] bool IsIlbm(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodeIlbm(FileBytes bytes, DecodeScope scope);
+
+/// Of an animation the first frame, on the background of the whole screen.
+[[nodiscard]] bool IsGif(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodeGif(FileBytes bytes, DecodeScope scope);
+
+[[nodiscard]] bool IsTiff(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodeTiff(FileBytes bytes, DecodeScope scope);
+
+/// Formats that SDL2_image decodes: BMP, WebP, PCX, XPM, PNM, QOI, icons, and TGA, which has
 /// no mark of its own and is therefore tried last.
 [[nodiscard]] bool IsSdlPicture(FileBytes bytes);
 [[nodiscard]] Result<PictureObject> DecodeSdlPicture(FileBytes bytes, DecodeScope scope);

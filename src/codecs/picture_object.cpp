@@ -9,9 +9,9 @@ namespace {
 
 /// In the order in which they are tried: formats with a mark of their own first.
 constexpr PictureFormat pictureFormats[] = {
-    {"PNG", IsPng, DecodePng},
-    {"JPEG", IsJpeg, DecodeJpeg},
-    {"SDL", IsSdlPicture, DecodeSdlPicture},
+    {"PNG", IsPng, DecodePng},    {"JPEG", IsJpeg, DecodeJpeg},
+    {"ILBM", IsIlbm, DecodeIlbm}, {"GIF", IsGif, DecodeGif},
+    {"TIFF", IsTiff, DecodeTiff}, {"SDL", IsSdlPicture, DecodeSdlPicture},
 };
 
 Result<PictureObject> Decode(FileBytes bytes, DecodeScope scope) {
@@ -100,6 +100,13 @@ void PlanarToPixels(std::span<const std::uint8_t> pens, const Palette& palette, 
       std::transform(row, row + width, out, [&](std::uint8_t pen) { return palette[pen]; });
     }
   }
+}
+
+Palette GrayPalette(int bits) {
+  Palette palette{};
+  const std::uint32_t last = (1u << bits) - 1;
+  for (std::uint32_t i = 0; i <= last; ++i) palette[i] = i * 255 / last * 0x010101;
+  return palette;
 }
 
 }  // namespace quillmere

@@ -56,4 +56,7 @@ struct PictureHeader {
 void PlanarToPixels(std::span<const std::uint8_t> pens, const Palette& palette, int width,
                     int height, int hamBits, std::span<std::uint32_t> pixels);
 
+/// The grey levels of a picture of 1 to 8 bits, from black to white.
+[[nodiscard]] Palette GrayPalette(int bits);
+
 }  // namespace quillmere

@@ -71,11 +71,6 @@ void TakePalette(PngReader& reader) {
   }
 }
 
-void MakeGrayPalette(Palette& palette, int depth) {
-  const std::uint32_t last = (1u << depth) - 1;
-  for (std::uint32_t i = 0; i <= last; ++i) palette[i] = i * 255 / last * 0x010101;
-}
-
 /// Decides in which form the pixels are delivered and asks libpng for it.
 void ChooseForm(PngReader& reader) {
   png_structp png = reader.png;
@@ -93,7 +88,7 @@ void ChooseForm(PngReader& reader) {
     if (reader.keepsPens) TakePalette(reader);
   } else if (type == PNG_COLOR_TYPE_GRAY && bits <= 8) {
     reader.keepsPens = true;
-    MakeGrayPalette(reader.object.palette, bits);
+    reader.object.palette = GrayPalette(bits);
     if (hasKey) reader.object.transparentPen = static_cast<std::uint8_t>(key->gray);
   }
   if (reader.keepsPens) {

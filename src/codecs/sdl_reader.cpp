@@ -10,6 +10,7 @@
 
 #include "base/byte_order.h"
 #include "codecs/picture_formats.h"
+#include "codecs/size_limits.h"
 #include "codecs/storage.h"
 
 namespace quillmere {
@@ -19,25 +20,6 @@ struct SurfaceFree {
   void operator()(SDL_Surface* surface) const { SDL_FreeSurface(surface); }
 };
 using SurfacePtr = std::unique_ptr<SDL_Surface, SurfaceFree>;
-
-/// Pictures up to this size are taken whatever their file is long: some formats store an empty area
-/// in next to nothing.
-constexpr std::uint64_t modestPixels = 4096 * 4096;
-
-/// Whether a compressed picture of that size is believable.
-bool IsBelievable(std::uint64_t width, std::uint64_t height, std::uint64_t pixelsPerByte,
-                  std::size_t fileSize) {
-  if (width == 0 || height == 0 || width > INT32_MAX || height > INT32_MAX) return false;
-  const std::uint64_t pixels = width * height;
-  return pixels <= modestPixels || pixels / pixelsPerByte <= fileSize;
-}
-
-/// Whether a file holds rows of that many bits without compression.
-bool HoldsRaw(std::uint64_t width, std::uint64_t height, std::uint64_t bitsPerPixel,
-              std::size_t fileSize) {
-  if (width == 0 || height == 0 || width > INT32_MAX || height > INT32_MAX) return false;
-  return height <= fileSize && (width * bitsPerPixel + 7) / 8 <= fileSize / height;
-}
 
 bool StartsWith(FileBytes bytes, std::string_view text) {
   return bytes.size() >= text.size() && std::memcmp(bytes.data(), text.data(), text.size()) == 0;
@@ -64,6 +46,133 @@ bool BmpFits(FileBytes bytes) {
   return HoldsRaw(width, height, LoadLittle<std::uint16_t>(&bytes[28]), bytes.size());
 }
 
+bool IsWebp(FileBytes bytes) {
+  return StartsWith(bytes, "RIFF") && bytes.size() >= 30 && StartsWith(bytes.subspan(8), "WEBPVP8");
+}
+
+bool WebpFits(FileBytes bytes) {
+  // A whole picture of one colour takes a few bytes, so the bound is one of decency.
+  constexpr std::uint64_t pixelsPerByte = 65536;
+  if (LoadLittle<std::uint32_t>(&bytes[4]) > bytes.size()) return false;
+  const auto size14 = [&](std::size_t at, int shift) {
+    return LoadLittle<std::uint32_t>(&bytes[at]) >> shift & 0x3FFFu;
+  };
+  const auto size24 = [&](std::size_t at) {
+    return 1 + (LoadLittle<std::uint32_t>(&bytes[at]) & 0xFFFFFF);
+  };
+  switch (bytes[15]) {
+    case ' ':
+      return IsBelievable(size14(26, 0), size14(26, 16), pixelsPerByte, bytes.size());
+    case 'L':
+      return IsBelievable(size14(21, 0) + 1, size14(21, 14) + 1, pixelsPerByte, bytes.size());
+    case 'X':
+      return IsBelievable(size24(24), size24(26) >> 8, pixelsPerByte, bytes.size());
+    default:
+      return false;
+  }
+}
+
+bool IsPcx(FileBytes bytes) {
+  return bytes.size() >= 128 && bytes[0] == 0x0A && bytes[1] <= 5 && bytes[2] == 1;
+}
+
+bool PcxFits(FileBytes bytes) {
+  const auto extent = [&](std::size_t from, std::size_t to) {
+    return std::uint64_t{1} + LoadLittle<std::uint16_t>(&bytes[to]) -
+           LoadLittle<std::uint16_t>(&bytes[from]);
+  };
+  // A run of 63 bytes, each eight pixels, takes two.
+  return IsBelievable(extent(4, 8), extent(6, 10), 252, bytes.size());
+}
+
+/// Reads unsigned decimal numbers out of text; whatever stands between them is passed over.
+class TextNumbers {
+ public:
+  explicit TextNumbers(FileBytes text) : text_(text) {}
+
+  /// The next number, cut at a billion; 0 behind the last.
+  std::uint64_t Next() {
+    constexpr std::uint64_t most = 1'000'000'000;
+    while (at_ < text_.size() && !IsDigit()) {
+      if (text_[at_] == '#')
+        SkipLine();
+      else
+        ++at_;
+    }
+    std::uint64_t number = 0;
+    for (; at_ < text_.size() && IsDigit(); ++at_) {
+      number = std::min<std::uint64_t>(number * 10 + (text_[at_] - '0'), most);
+    }
+    return number;
+  }
+
+ private:
+  [[nodiscard]] bool IsDigit() const { return text_[at_] >= '0' && text_[at_] <= '9'; }
+  void SkipLine() {
+    while (at_ < text_.size() && text_[at_] != '\n') ++at_;
+  }
+
+  FileBytes text_;
+  std::size_t at_ = 0;
+};
+
+bool IsXpm(FileBytes bytes) {
+  return StartsWith(bytes, "/* XPM */");
+}
+
+bool XpmFits(FileBytes bytes) {
+  const auto quote = std::ranges::find(bytes, '"');
+  TextNumbers numbers(FileBytes(quote, bytes.end()));
+  const std::uint64_t width = numbers.Next();
+  const std::uint64_t height = numbers.Next();
+  const std::uint64_t colors = numbers.Next();
+  const std::uint64_t charactersPerPixel = numbers.Next();
+  return colors <= bytes.size() && charactersPerPixel >= 1 && charactersPerPixel <= 8 &&
+         HoldsRaw(width, height, 8 * charactersPerPixel, bytes.size());
+}
+
+bool IsPnm(FileBytes bytes) {
+  return bytes.size() >= 7 && bytes[0] == 'P' && bytes[1] >= '1' && bytes[1] <= '6';
+}
+
+bool PnmFits(FileBytes bytes) {
+  // The least bits of a pixel in plain bits, grey and colours, first as text and then as bytes.
+  constexpr std::uint64_t bits[] = {8, 8, 24, 1, 8, 24};
+  TextNumbers numbers(bytes.subspan(2));
+  const std::uint64_t width = numbers.Next();
+  const std::uint64_t height = numbers.Next();
+  return HoldsRaw(width, height, bits[bytes[1] - '1'], bytes.size());
+}
+
+bool IsQoi(FileBytes bytes) {
+  return StartsWith(bytes, "qoif");
+}
+
+bool QoiFits(FileBytes bytes) {
+  if (bytes.size() < 14) return false;
+  return IsBelievable(LoadBig<std::uint32_t>(&bytes[4]), LoadBig<std::uint32_t>(&bytes[8]), 62,
+                      bytes.size());
+}
+
+/// TGA has no mark; its header has enough fields with few values to tell.
+bool IsTga(FileBytes bytes) {
+  if (bytes.size() < 18 || bytes[1] > 1) return false;
+  const int kind = bytes[2] & ~8;
+  const int bits = bytes[16];
+  const bool mapped = kind == 1;
+  if (kind < 1 || kind > 3 || bytes[2] > 11 || mapped != (bytes[1] == 1)) return false;
+  if (mapped && (LoadLittle<std::uint16_t>(&bytes[5]) == 0 || bits != 8)) return false;
+  return bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32;
+}
+
+bool TgaFits(FileBytes bytes) {
+  const std::uint16_t width = LoadLittle<std::uint16_t>(&bytes[12]);
+  const std::uint16_t height = LoadLittle<std::uint16_t>(&bytes[14]);
+  const bool runs = (bytes[2] & 8) != 0;
+  return runs ? IsBelievable(width, height, 128, bytes.size())
+              : HoldsRaw(width, height, bytes[16], bytes.size());
+}
+
 struct SdlFormat {
   /// The name that SDL2_image has for it.
   const char* type;
@@ -76,7 +185,10 @@ struct SdlFormat {
 };
 
 constexpr SdlFormat sdlFormats[] = {
-    {"BMP", IsBmp, BmpFits, true},
+    {"BMP", IsBmp, BmpFits, true},  {"WEBP", IsWebp, WebpFits, false},
+    {"XPM", IsXpm, XpmFits, false}, {"PNM", IsPnm, PnmFits, false},
+    {"QOI", IsQoi, QoiFits, false}, {"PCX", IsPcx, PcxFits, false},
+    {"TGA", IsTga, TgaFits, true},
 };
 
 const SdlFormat* FindFormat(FileBytes bytes) {
