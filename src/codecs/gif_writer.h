@@ -7,19 +7,30 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "base/host.h"
 #include "codecs/picture_reader.h"
+#include "files/virtual_file.h"
 
 namespace quillmere {
 
 /// One open GIF stream. Destroying it without `GifClose` leaves the file without its trailer.
-struct GifWriter;
-
-struct GifWriterDeleter {
-  void operator()(GifWriter* writer) const;
+struct GifWriter {
+  std::unique_ptr<qmFile> file;
+  int width = 0;
+  int height = 0;
+  std::uint32_t frameCount = 0;
+  /// The colour indexes of the optimised frame before; empty until there was one.
+  std::vector<std::uint8_t> previousIndexes;
+  /// The true indexes of the rectangle that is written.
+  std::vector<std::uint8_t> workIndexes;
+  /// The colours of the optimised frame before.
+  Palette previousPalette{};
+  /// The bytes of the frame that is written.
+  std::vector<std::uint8_t> packed;
 };
-using GifWriterPtr = std::unique_ptr<GifWriter, GifWriterDeleter>;
+using GifWriterPtr = std::unique_ptr<GifWriter>;
 
 struct GifFrame {
   /// width * height indexes; with `optimize` unchanged pixels in it are replaced.

@@ -7,6 +7,7 @@
 #include "codecs/picture_object.h"
 #include "codecs/picture_sniffer.h"
 #include "codecs/storage.h"
+#include "files/files_state.h"
 #include "files/virtual_file.h"
 #include "platform/platform.h"
 
@@ -138,6 +139,19 @@ Result<DecodedPicture> ReadPicture(Host& host, std::string_view name,
 Result<DecodedPicture> ReadPictureBytes(Host& host, std::span<const std::uint8_t> bytes,
                                         std::string_view name, const PictureOptions& options) {
   return FinishNamed(host, MakePictureObject(bytes), options, name);
+}
+
+void ServeClipboardPictures(Host& host) {
+  host.Of<FilesState>().decodePicture =
+      [](std::span<const std::uint8_t> bytes) -> std::optional<PixelImage> {
+    auto object = MakePictureObject(bytes);
+    if (!object) return std::nullopt;
+    PictureOptions options;
+    options.alphaMode = AlphaMode::Optional;
+    auto picture = Finish(std::move(*object), options);
+    if (!picture) return std::nullopt;
+    return PixelImage{picture->width, picture->height, std::move(picture->pixels)};
+  };
 }
 
 }  // namespace quillmere

@@ -80,4 +80,8 @@ struct PictureSize {
                                                       std::string_view name,
                                                       const PictureOptions& options = {});
 
+/// Lets the file layer decode pictures that are written to the clipboard as files. The files room
+/// must be open.
+void ServeClipboardPictures(Host& host);
+
 }  // namespace quillmere

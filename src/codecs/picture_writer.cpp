@@ -1,5 +1,9 @@
 #include "codecs/picture_writer.h"
 
+#include "codecs/gif_writer.h"
+#include "codecs/ilbm.h"
+#include "codecs/jpeg_writer.h"
+#include "codecs/quantizer.h"
 #include "codecs/storage.h"
 
 namespace quillmere {
@@ -32,6 +36,16 @@ void CopyRow(const PlanesView& planes, int y, std::uint32_t transparentColor, bo
   }
 }
 
+/// Writes a GIF of one frame. The last entry of its palette is marked transparent.
+Status WriteGif(Host& host, std::string_view name, const PixelView& pixels,
+                const ImageOptions& options) {
+  IndexedImage image =
+      TRY(QuantizeImage(pixels, {options.colors, options.transparentColor, false, options.dither}));
+  GifWriterPtr writer = TRY(GifOpen(host, name, pixels.width, pixels.height));
+  TRY(GifWriteFrame(*writer, {image.indexes, image.palette, image.colors}));
+  return GifClose(std::move(writer));
+}
+
 /// Writes words without row padding in one of the formats.
 Status WriteWords(Host& host, std::string_view name, const PixelView& pixels, bool hasAlpha,
                   const ImageOptions& options) {
@@ -40,9 +54,14 @@ Status WriteWords(Host& host, std::string_view name, const PixelView& pixels, bo
       return WriteBmp(host, name, pixels);
     case ImageFormat::Png:
       return WritePng(host, name, pixels, hasAlpha);
-    default:
-      return Fail(Error::WrongUsage);
+    case ImageFormat::Jpeg:
+      return WriteJpeg(host, name, pixels, options.quality);
+    case ImageFormat::Gif:
+      return WriteGif(host, name, pixels, options);
+    case ImageFormat::Ilbm:
+      return WriteIlbm(host, name, pixels);
   }
+  return Fail(Error::WrongUsage);
 }
 
 }  // namespace
