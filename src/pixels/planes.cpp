@@ -17,11 +17,15 @@ detail::PlaneMemory Borrow(void* memory) {
   return {static_cast<std::byte*>(memory), detail::PlaneMemoryFree{.owned = false}};
 }
 
-Result<detail::PlaneMemory> AllocPlane(int width, int height, std::int64_t rowBytes, bool clear) {
-  if (width < 1 || height < 1 || width > maxPlaneSize || height > maxPlaneSize) {
-    return Fail(Error::OutOfMemory);
-  }
-  const std::int64_t bytes = rowBytes * height;
+/// The width, if a plane of that size can be.
+Result<int> CheckSize(int width, int height) {
+  const bool fits = width >= 1 && height >= 1 && width <= maxPlaneSize && height <= maxPlaneSize;
+  if (!fits) return Fail(Error::OutOfMemory);
+  return width;
+}
+
+Result<detail::PlaneMemory> AllocPlane(int rowBytes, int height, bool clear) {
+  const std::int64_t bytes = static_cast<std::int64_t>(rowBytes) * height;
   if (bytes > std::numeric_limits<std::int32_t>::max()) return Fail(Error::OutOfMemory);
   const std::size_t padded = (static_cast<std::size_t>(bytes) + spareBytes + planeAlignment - 1) /
                              planeAlignment * planeAlignment;
@@ -75,21 +79,20 @@ int Planes::Height() const {
 }
 
 Result<BitmapPtr> AllocBitmap(int width, int height) {
-  const std::int64_t stride = BitmapPixelsPerRow(width);
+  const int stride = BitmapPixelsPerRow(TRY(CheckSize(width, height)));
   return std::make_shared<qmBitmap>(
-      TRY(AllocPlane(width, height, stride * qmBitmap::bytesPerPixel, false)), width, height,
-      static_cast<int>(stride));
+      TRY(AllocPlane(stride * qmBitmap::bytesPerPixel, height, false)), width, height, stride);
 }
 
 Result<MaskPtr> AllocMask(int width, int height, bool clear) {
-  return std::make_shared<qmMask>(TRY(AllocPlane(width, height, MaskBytesPerRow(width), clear)),
-                                  width, height, MaskBytesPerRow(width));
+  const int stride = MaskBytesPerRow(TRY(CheckSize(width, height)));
+  return std::make_shared<qmMask>(TRY(AllocPlane(stride, height, clear)), width, height, stride);
 }
 
 Result<AlphaPtr> AllocAlphaMap(int width, int height, bool clear) {
-  return std::make_shared<qmAlphaMap>(
-      TRY(AllocPlane(width, height, AlphaBytesPerRow(width), clear)), width, height,
-      AlphaBytesPerRow(width));
+  const int stride = AlphaBytesPerRow(TRY(CheckSize(width, height)));
+  return std::make_shared<qmAlphaMap>(TRY(AllocPlane(stride, height, clear)), width, height,
+                                      stride);
 }
 
 qmBitmap ViewBitmap(std::uint32_t* pixels, int pixelsPerRow, int width, int height) {
