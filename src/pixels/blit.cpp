@@ -213,26 +213,21 @@ void BlendRowThroughMask(std::uint32_t* target, const std::uint32_t* source, Bit
 }
 
 void BlendRowScaled(std::uint32_t* target, const std::uint32_t* source, const std::uint8_t* alpha,
-                    const std::array<std::uint8_t, 256>& scaled, int count) {
-  std::array<std::uint8_t, pieceLength> piece;
+                    int level, int count) {
+  std::array<std::uint8_t, pieceLength> scaled;
   for (int i = 0; i < count; i += pieceLength) {
     const int n = std::min(pieceLength, count - i);
-    std::transform(alpha + i, alpha + i + n, piece.begin(),
-                   [&scaled](std::uint8_t a) { return scaled[a]; });
-    Kernels().blend(target + i, source + i, piece.data(), n);
+    Kernels().scaleAlpha(scaled.data(), alpha + i, level, n);
+    Kernels().blend(target + i, source + i, scaled.data(), n);
   }
 }
 
 void BlendScaledAlpha(qmBitmap& target, const qmBitmap& source, const qmAlphaMap& alpha,
                       const BlitArea& area, int level) {
-  std::array<std::uint8_t, 256> scaled;
-  for (int a = 0; a < 256; ++a) {
-    scaled[static_cast<std::size_t>(a)] = static_cast<std::uint8_t>(level * a / 255);
-  }
   const BlitArea cut = Cut(area, source, alpha, target);
   for (int row = 0; row < cut.height; ++row) {
     BlendRowScaled(target.Row(cut.ty + row) + cut.tx, source.Row(cut.sy + row) + cut.sx,
-                   alpha.Row(cut.sy + row) + cut.sx, scaled, cut.width);
+                   alpha.Row(cut.sy + row) + cut.sx, level, cut.width);
   }
 }
 

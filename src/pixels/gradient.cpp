@@ -66,7 +66,12 @@ class GradientPainter {
   void Draw(qmBitmap& target, const Area& visible, int tx, int ty) {
     MakeColors(visible);
     for (int row = 0; row < visible.height; ++row) {
-      DrawRow(target.Row(ty + row) + tx, visible.x, visible.y + row, visible.width);
+      std::uint32_t* pixels = target.Row(ty + row) + tx;
+      if (row > 0 && line_.down == 0) {
+        std::copy_n(target.Row(ty + row - 1) + tx, visible.width, pixels);
+      } else {
+        DrawRow(pixels, visible.x, visible.y + row, visible.width);
+      }
     }
   }
 

@@ -62,10 +62,7 @@ void GrayPicture(qmBitmap& bitmap) {
 }
 
 void InvertPicture(qmBitmap& bitmap) {
-  for (int y = 0; y < bitmap.height; ++y) {
-    std::uint32_t* row = bitmap.Row(y);
-    for (int x = 0; x < bitmap.width; ++x) row[x] = ~row[x];
-  }
+  for (int y = 0; y < bitmap.height; ++y) Kernels().invert(bitmap.Row(y), bitmap.width);
 }
 
 void InvertMask(qmMask& mask) {

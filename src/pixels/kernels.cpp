@@ -90,6 +90,10 @@ void BlendColor(std::uint32_t* target, std::uint32_t color, const std::uint8_t* 
   }
 }
 
+void ScaleAlpha(std::uint8_t* target, const std::uint8_t* alpha, int level, int count) {
+  for (int i = 0; i < count; ++i) target[i] = static_cast<std::uint8_t>(alpha[i] * level / 255);
+}
+
 void Mix(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,
          int count) {
   for (int i = 0; i < count; ++i) {
@@ -132,12 +136,20 @@ void Gray(std::uint32_t* pixels, int count) {
   }
 }
 
+void Invert(std::uint32_t* pixels, int count) {
+  for (int i = 0; i < count; ++i) pixels[i] = ~pixels[i];
+}
+
 void Reverse(std::uint32_t* pixels, int count) {
   std::reverse(pixels, pixels + count);
 }
 
 void SwapRows(std::uint32_t* a, std::uint32_t* b, int count) {
   std::swap_ranges(a, a + count, b);
+}
+
+void TransformPlain(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  for (int i = 0; i < count; ++i) target[i] = SamplePlain(row, first + i);
 }
 
 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, int count) {
@@ -163,14 +175,17 @@ constexpr RowKernels plainKernels{.fill = Fill,
                                   .fillMasked = FillMasked,
                                   .blend = Blend,
                                   .blendColor = BlendColor,
+                                  .scaleAlpha = ScaleAlpha,
                                   .mix = Mix,
                                   .mixColor = MixColor,
                                   .pickColumns = PickColumns,
                                   .lerpColumns = LerpColumns,
                                   .lerpRows = LerpRows,
                                   .gray = Gray,
+                                  .invert = Invert,
                                   .reverse = Reverse,
                                   .swapRows = SwapRows,
+                                  .transformPlain = TransformPlain,
                                   .transformSmooth = TransformSmooth,
                                   .gradient = Gradient};
 

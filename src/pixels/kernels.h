@@ -42,6 +42,9 @@ struct TransformRow {
   int height;
 };
 
+/// How many words past the last colour the gradient kernel may read.
+inline constexpr int gradientPadding = 7;
+
 struct RowKernels {
   /// Writes one word to all pixels.
   void (*fill)(std::uint32_t* target, std::uint32_t color, int count);
@@ -55,6 +58,8 @@ struct RowKernels {
   /// The same for one source colour.
   void (*blendColor)(std::uint32_t* target, std::uint32_t color, const std::uint8_t* alpha,
                      int count);
+  /// target = alpha * level / 255, level 0 to 255.
+  void (*scaleAlpha)(std::uint8_t* target, const std::uint8_t* alpha, int level, int count);
   /// target = from + ((to - from) * weight >> 8) in each byte; `target` may be one of the others.
   /// Weights are 0 to 256.
   void (*mix)(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,
@@ -74,15 +79,20 @@ struct RowKernels {
                    int fraction, int count);
   /// Brings each pixel to its brightness, in place.
   void (*gray)(std::uint32_t* pixels, int count);
+  /// Complements all bits, in place.
+  void (*invert)(std::uint32_t* pixels, int count);
   /// Mirrors a row in place.
   void (*reverse)(std::uint32_t* pixels, int count);
   /// Swaps two rows.
   void (*swapRows)(std::uint32_t* a, std::uint32_t* b, int count);
-  /// Samples `count` pixels from column `first` on, mixing four source pixels each.
+  /// Samples `count` pixels from column `first` on, taking the source pixel under each.
+  void (*transformPlain)(std::uint32_t* target, const TransformRow& row, int first, int count);
+  /// The same, mixing four source pixels each.
   void (*transformSmooth)(std::uint32_t* target, const TransformRow& row, int first, int count);
   /// colors[quotient] for a quotient that grows by `quotientStep` and a remainder that grows by
   /// `remainderStep` from pixel to pixel, wrapping at `divisor`. Remainders are below the divisor,
-  /// which is below 2^30. `quotient` is counted from the start of `colors`.
+  /// which is below 2^30. `quotient` is counted from the start of `colors`, of which seven
+  /// words past the highest quotient may be read.
   void (*gradient)(std::uint32_t* target, const std::uint32_t* colors, std::int32_t quotient,
                    std::int32_t remainder, std::int32_t quotientStep, std::int32_t remainderStep,
                    std::int32_t divisor, int count);

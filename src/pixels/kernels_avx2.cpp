@@ -34,14 +34,20 @@ AVX2 inline __m256i ExpandBits(std::uint8_t bits) {
 
 AVX2 void Fill(std::uint32_t* target, std::uint32_t color, int count) {
   const __m256i wide = _mm256_set1_epi32(static_cast<int>(color));
-  int i = 0;
-  for (; i + 4 * step <= count; i += 4 * step) {
+  if (count < 2 * step) return PlainKernels().fill(target, color, count);
+  // The first and last vector may overlap the aligned ones between them.
+  Store(target, wide);
+  Store(target + count - step, wide);
+  const auto misaligned = reinterpret_cast<std::uintptr_t>(target) / sizeof(std::uint32_t) % step;
+  const int end = count - step;
+  int i = step - static_cast<int>(misaligned);
+  for (; i + 4 * step <= end; i += 4 * step) {
     Store(target + i, wide);
     Store(target + i + step, wide);
     Store(target + i + 2 * step, wide);
     Store(target + i + 3 * step, wide);
   }
-  PlainKernels().fill(target + i, color, count - i);
+  for (; i < end; i += step) Store(target + i, wide);
 }
 
 AVX2 void CopyMasked(std::uint32_t* target, const std::uint32_t* source, BitRow mask, int count) {
@@ -140,6 +146,21 @@ AVX2 void BlendColor(std::uint32_t* target, std::uint32_t color, const std::uint
   PlainKernels().blendColor(target + i, color, alpha + i, count - i);
 }
 
+/// The quotient by 255 of a number of 16 bits is its product with 0x8081, shifted right by 23.
+AVX2 void ScaleAlpha(std::uint8_t* target, const std::uint8_t* alpha, int level, int count) {
+  const __m256i wide = _mm256_set1_epi16(static_cast<short>(level));
+  const __m256i reciprocal = _mm256_set1_epi16(static_cast<short>(0x8081));
+  int i = 0;
+  for (; i + 16 <= count; i += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(alpha + i));
+    const __m256i product = _mm256_mullo_epi16(_mm256_cvtepu8_epi16(bytes), wide);
+    const __m256i share = _mm256_srli_epi16(_mm256_mulhi_epu16(product, reciprocal), 7);
+    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(share, share), 0x08);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(target + i), _mm256_castsi256_si128(packed));
+  }
+  PlainKernels().scaleAlpha(target + i, alpha + i, level, count - i);
+}
+
 AVX2 void Mix(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,
               int count) {
   const __m256i wide = _mm256_set1_epi16(static_cast<short>(weight));
@@ -227,23 +248,51 @@ AVX2 inline __m256d Channel(__m128i pixels, int shift) {
   return _mm256_cvtepi32_pd(bytes);
 }
 
+/// The brightness of four pixels as told, in doubles.
+AVX2 inline __m128i GrayInDoubles(__m128i pixels) {
+  const __m256d redGreen = _mm256_add_pd(_mm256_mul_pd(Channel(pixels, 16), _mm256_set1_pd(0.299)),
+                                         _mm256_mul_pd(Channel(pixels, 8), _mm256_set1_pd(0.587)));
+  return _mm256_cvttpd_epi32(
+      _mm256_add_pd(_mm256_mul_pd(Channel(pixels, 0), _mm256_set1_pd(0.114)), redGreen));
+}
+
+/// Thousandths of brightness are whole numbers N, and the sum in doubles is so close to N / 1000
+/// that only a multiple of 1000 can come out on the wrong side. All others are divided in single
+/// precision, from the middle between two multiples of 1/1000.
 AVX2 void Gray(std::uint32_t* pixels, int count) {
-  const __m256d red = _mm256_set1_pd(0.299);
-  const __m256d green = _mm256_set1_pd(0.587);
-  const __m256d blue = _mm256_set1_pd(0.114);
-  const __m128i top = _mm_set1_epi32(static_cast<int>(0xFF000000));
-  const __m128i replicate = _mm_setr_epi8(0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1);
+  const __m256i even = _mm256_set1_epi32(0x00FF00FF);
+  const __m256i blueRed = _mm256_set1_epi32(299 << 16 | 114);
+  const __m256i green = _mm256_set1_epi32(587);
+  const __m256i thousand = _mm256_set1_epi32(1000);
+  const __m256i top = _mm256_set1_epi32(static_cast<int>(0xFF000000));
+  const __m256i replicate = _mm256_setr_epi8(0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1,
+                                             0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1);
   int i = 0;
-  for (; i + 4 <= count; i += 4) {
-    auto* at = reinterpret_cast<__m128i*>(pixels + i);
-    const __m128i four = _mm_loadu_si128(at);
-    const __m256d redGreen = _mm256_add_pd(_mm256_mul_pd(Channel(four, 16), red),
-                                           _mm256_mul_pd(Channel(four, 8), green));
-    const __m256d sum = _mm256_add_pd(_mm256_mul_pd(Channel(four, 0), blue), redGreen);
-    const __m128i gray = _mm_shuffle_epi8(_mm256_cvttpd_epi32(sum), replicate);
-    _mm_storeu_si128(at, _mm_or_si128(_mm_and_si128(four, top), gray));
+  for (; i + step <= count; i += step) {
+    const __m256i eight = Load(pixels + i);
+    const __m256i sum = _mm256_add_epi32(
+        _mm256_madd_epi16(_mm256_and_si256(eight, even), blueRed),
+        _mm256_madd_epi16(_mm256_and_si256(_mm256_srli_epi32(eight, 8), even), green));
+    const __m256 middle = _mm256_add_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(0.5f));
+    __m256i gray = _mm256_cvttps_epi32(_mm256_mul_ps(middle, _mm256_set1_ps(0.001f)));
+    const __m256i whole = _mm256_cmpeq_epi32(sum, _mm256_madd_epi16(gray, thousand));
+    if (_mm256_movemask_epi8(whole) != 0) {
+      gray = _mm256_set_m128i(GrayInDoubles(_mm256_extracti128_si256(eight, 1)),
+                              GrayInDoubles(_mm256_castsi256_si128(eight)));
+    }
+    Store(pixels + i,
+          _mm256_or_si256(_mm256_and_si256(eight, top), _mm256_shuffle_epi8(gray, replicate)));
   }
   PlainKernels().gray(pixels + i, count - i);
+}
+
+AVX2 void Invert(std::uint32_t* pixels, int count) {
+  const __m256i ones = _mm256_set1_epi32(-1);
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    Store(pixels + i, _mm256_xor_si256(Load(pixels + i), ones));
+  }
+  PlainKernels().invert(pixels + i, count - i);
 }
 
 AVX2 void Reverse(std::uint32_t* pixels, int count) {
@@ -313,6 +362,34 @@ AVX2 inline void Positions(__m256d columns, double slope, double row, double off
   _mm256_store_pd(out.fraction, _mm256_sub_pd(at, _mm256_floor_pd(at)));
 }
 
+/// A double's position as an index cut to 0 to size - 1.
+AVX2 inline __m128i CutPositions(__m256d columns, double slope, double row, double offset,
+                                 int size) {
+  const __m256d at = _mm256_add_pd(
+      _mm256_add_pd(_mm256_mul_pd(columns, _mm256_set1_pd(slope)), _mm256_set1_pd(row)),
+      _mm256_set1_pd(offset));
+  const __m256d cut =
+      _mm256_min_pd(_mm256_max_pd(at, _mm256_setzero_pd()), _mm256_set1_pd(size - 1));
+  return _mm256_cvttpd_epi32(cut);
+}
+
+AVX2 void TransformPlain(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  int i = 0;
+  __m256d columns = _mm256_add_pd(_mm256_set1_pd(first), _mm256_setr_pd(0, 1, 2, 3));
+  for (; i + 4 <= count; i += 4) {
+    alignas(16) std::int32_t x[4], y[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(x),
+                    CutPositions(columns, row.stepX, row.rowX, row.offsetX, row.width));
+    _mm_store_si128(reinterpret_cast<__m128i*>(y),
+                    CutPositions(columns, row.stepY, row.rowY, row.offsetY, row.height));
+    columns = _mm256_add_pd(columns, _mm256_set1_pd(4));
+    for (int k = 0; k < 4; ++k) {
+      target[i + k] = row.pixels[static_cast<std::ptrdiff_t>(y[k]) * row.pixelsPerRow + x[k]];
+    }
+  }
+  PlainKernels().transformPlain(target + i, row, first + i, count - i);
+}
+
 AVX2 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, int count) {
   int i = 0;
   FourPositions x, y;
@@ -336,11 +413,69 @@ AVX2 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int fi
   PlainKernels().transformSmooth(target + i, row, first + i, count - i);
 }
 
+/// Eight quotients and remainders that step along a row together.
+struct GradientSteps {
+  __m256i quotients;
+  __m256i remainders;
+  __m256i quotientStep;
+  __m256i remainderStep;
+  __m256i divisor;
+
+  AVX2 void Advance() {
+    remainders = _mm256_add_epi32(remainders, remainderStep);
+    const __m256i below = _mm256_cmpgt_epi32(divisor, remainders);
+    remainders = _mm256_sub_epi32(remainders, _mm256_andnot_si256(below, divisor));
+    const __m256i carry = _mm256_andnot_si256(below, _mm256_set1_epi32(1));
+    quotients = _mm256_add_epi32(_mm256_add_epi32(quotients, quotientStep), carry);
+  }
+};
+
+AVX2 GradientSteps MakeSteps(std::int32_t quotient, std::int32_t remainder,
+                             std::int32_t quotientStep, std::int32_t remainderStep,
+                             std::int32_t divisor) {
+  alignas(32) std::int32_t quotients[step], remainders[step];
+  for (int k = 0; k < step; ++k) {
+    const std::int64_t sum = remainder + static_cast<std::int64_t>(remainderStep) * k;
+    quotients[k] = quotient + quotientStep * k + static_cast<std::int32_t>(sum / divisor);
+    remainders[k] = static_cast<std::int32_t>(sum % divisor);
+  }
+  const std::int64_t wide = static_cast<std::int64_t>(remainderStep) * step;
+  return {_mm256_load_si256(reinterpret_cast<const __m256i*>(quotients)),
+          _mm256_load_si256(reinterpret_cast<const __m256i*>(remainders)),
+          _mm256_set1_epi32(quotientStep * step + static_cast<std::int32_t>(wide / divisor)),
+          _mm256_set1_epi32(static_cast<std::int32_t>(wide % divisor)), _mm256_set1_epi32(divisor)};
+}
+
+/// The colours of eight quotients. Neighbours that differ by one at most lie within eight words.
+AVX2 inline __m256i LookUpNear(const std::uint32_t* colors, __m256i quotients, int lowest) {
+  return _mm256_permutevar8x32_epi32(Load(colors + lowest),
+                                     _mm256_sub_epi32(quotients, _mm256_set1_epi32(lowest)));
+}
+
 AVX2 void Gradient(std::uint32_t* target, const std::uint32_t* colors, std::int32_t quotient,
                    std::int32_t remainder, std::int32_t quotientStep, std::int32_t remainderStep,
                    std::int32_t divisor, int count) {
-  PlainKernels().gradient(target, colors, quotient, remainder, quotientStep, remainderStep, divisor,
-                          count);
+  GradientSteps steps = MakeSteps(quotient, remainder, quotientStep, remainderStep, divisor);
+  int i = 0;
+  if (quotientStep == 0) {
+    for (; i + step <= count; i += step, steps.Advance()) {
+      const int lowest = _mm256_cvtsi256_si32(steps.quotients);
+      Store(target + i, LookUpNear(colors, steps.quotients, lowest));
+    }
+  } else if (quotientStep == -1) {
+    for (; i + step <= count; i += step, steps.Advance()) {
+      const int lowest = _mm256_extract_epi32(steps.quotients, 7);
+      Store(target + i, LookUpNear(colors, steps.quotients, lowest));
+    }
+  } else {
+    for (; i + step <= count; i += step, steps.Advance()) {
+      Store(target + i, _mm256_i32gather_epi32(reinterpret_cast<const int*>(colors),
+                                               steps.quotients, sizeof(std::uint32_t)));
+    }
+  }
+  alignas(32) std::int32_t quotients[step];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(quotients), steps.quotients);
+  for (int k = 0; i < count; ++i, ++k) target[i] = colors[quotients[k]];
 }
 
 constexpr RowKernels avx2Kernels{.fill = Fill,
@@ -348,14 +483,17 @@ constexpr RowKernels avx2Kernels{.fill = Fill,
                                  .fillMasked = FillMasked,
                                  .blend = Blend,
                                  .blendColor = BlendColor,
+                                 .scaleAlpha = ScaleAlpha,
                                  .mix = Mix,
                                  .mixColor = MixColor,
                                  .pickColumns = PickColumns,
                                  .lerpColumns = LerpColumns,
                                  .lerpRows = LerpRows,
                                  .gray = Gray,
+                                 .invert = Invert,
                                  .reverse = Reverse,
                                  .swapRows = SwapRows,
+                                 .transformPlain = TransformPlain,
                                  .transformSmooth = TransformSmooth,
                                  .gradient = Gradient};
 

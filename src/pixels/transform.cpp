@@ -130,18 +130,18 @@ class Transformer {
   // ---- Plain
 
   void DrawPlain(const TransformRow& row, int y, const Columns& columns) {
-    if (target_.mask && !source_.mask) SetMaskSpan(y, columns);
+    const int count = columns.last - columns.first + 1;
+    if (target_.bitmap) {
+      Kernels().transformPlain(target_.bitmap->Row(y) + columns.first, row, columns.first, count);
+    }
+    if (!source_.mask && !source_.alpha) return SetMaskSpan(y, columns);
     for (int x = columns.first; x <= columns.last; ++x) {
       const SourcePoint at = SourceOf(row, x);
-      const int sx = CutIndex(TruncatePosition(at.x), row.width);
-      const int sy = CutIndex(TruncatePosition(at.y), row.height);
-      if (target_.bitmap) {
-        target_.bitmap->At(x, y) =
-            row.pixels[static_cast<std::ptrdiff_t>(sy) * row.pixelsPerRow + sx];
-      }
+      const int sx = area_.x + CutIndex(TruncatePosition(at.x), row.width);
+      const int sy = area_.y + CutIndex(TruncatePosition(at.y), row.height);
       if (target_.alpha) {
-        target_.alpha->Row(y)[x] = source_.alpha->Row(area_.y + sy)[area_.x + sx];
-      } else if (source_.mask && source_.mask->Test(area_.x + sx, area_.y + sy)) {
+        target_.alpha->Row(y)[x] = source_.alpha->Row(sy)[sx];
+      } else if (source_.mask->Test(sx, sy)) {
         target_.mask->Set(x, y, true);
       }
     }

@@ -32,6 +32,14 @@ inline constexpr double farPosition = 1 << 30;
   return std::clamp(index, 0, size - 1);
 }
 
+/// The pixel that a column falls on.
+[[nodiscard]] inline std::uint32_t SamplePlain(const TransformRow& row, int column) {
+  const SourcePoint at = SourceOf(row, column);
+  const int x = CutIndex(TruncatePosition(at.x), row.width);
+  const int y = CutIndex(TruncatePosition(at.y), row.height);
+  return row.pixels[static_cast<std::ptrdiff_t>(y) * row.pixelsPerRow + x];
+}
+
 /// Mixes four values by the distances to the first; the sum is rounded by adding a half.
 [[nodiscard]] inline double MixFour(double c00, double c10, double c01, double c11, double fx,
                                     double fy) {

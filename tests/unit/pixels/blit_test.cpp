@@ -248,7 +248,7 @@ TEST(Kernels, BothSetsGiveTheSameNumbers) {
     };
     both([&](const RowKernels& k, qmBitmap& t) {
       const std::uint32_t* s = source->Row(0) + 1;
-      switch (round % 12) {
+      switch (round % 13) {
         case 0:
           return k.fill(t.Row(0) + 1, color, count);
         case 1:
@@ -270,13 +270,17 @@ TEST(Kernels, BothSetsGiveTheSameNumbers) {
         case 9:
           return k.lerpRows(t.Row(0) + 1, s, source->Row(1), fraction, count);
         case 10:
+          k.scaleAlpha(reinterpret_cast<std::uint8_t*>(t.Row(0)), alpha->Row(0), weight & 255,
+                       count);
+          return k.invert(t.Row(1) + 1, count);
+        case 11:
           k.reverse(t.Row(0) + 1, count);
           return k.swapRows(t.Row(0), t.Row(1), count);
         default:
           return k.gray(t.Row(0) + 1, count);
       }
     });
-    ASSERT_TRUE(SamePixels(*a, *b)) << "kernel " << round % 12 << ", count " << count;
+    ASSERT_TRUE(SamePixels(*a, *b)) << "kernel " << round % 13 << ", count " << count;
   }
 }
 
