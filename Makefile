@@ -16,6 +16,11 @@ run: build
 test: build
 	@ctest --test-dir build/release --output-on-failure -j$(JOBS)
 
+bench: deps
+	@cmake --preset bench >/dev/null
+	@cmake --build --preset bench -j$(JOBS)
+	@for program in build/bench/bench_*; do echo "== $${program##*/bench_}"; $$program; done
+
 asan: deps
 	@cmake --preset asan >/dev/null
 	@cmake --build --preset asan -j$(JOBS)

@@ -25,7 +25,7 @@ namespace {
 
 constexpr int width = 1920;
 constexpr int height = 1080;
-constexpr int rounds = 40;
+constexpr int rounds = 100;
 
 using Work = std::function<void()>;
 

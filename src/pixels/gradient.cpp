@@ -82,9 +82,9 @@ class GradientPainter {
         std::minmax({line_.ShareAt(visible.x, visible.y), line_.ShareAt(right, visible.y),
                      line_.ShareAt(visible.x, bottom), line_.ShareAt(right, bottom)});
     leastShare_ = least;
-    colors_.resize(static_cast<std::size_t>(most - least) + 1);
-    for (std::size_t i = 0; i < colors_.size(); ++i) {
-      colors_[i] = ColorOfShare(start_, end_, least + static_cast<std::int64_t>(i), line_.height);
+    colors_.resize(static_cast<std::size_t>(most - least) + 1 + gradientPadding);
+    for (std::int64_t share = least; share <= most; ++share) {
+      colors_[Index(share)] = ColorOfShare(start_, end_, share, line_.height);
     }
   }
 

@@ -256,15 +256,42 @@ AVX2 inline __m128i GrayInDoubles(__m128i pixels) {
       _mm256_add_pd(_mm256_mul_pd(Channel(pixels, 0), _mm256_set1_pd(0.114)), redGreen));
 }
 
+/// One bit for each gray level whose brightness comes out one too low, because the sum in doubles
+/// falls short of the whole number.
+struct ShortGrays {
+  alignas(32) std::uint32_t words[8];
+};
+constexpr ShortGrays shortGrays = [] {
+  ShortGrays table{};
+  for (int level = 0; level < 256; ++level) {
+    const double v = level;
+    if (static_cast<int>(v * 0.114 + (v * 0.299 + v * 0.587)) != level) {
+      table.words[level / 32] |= 1u << level % 32;
+    }
+  }
+  return table;
+}();
+
+/// 1 for each level of that table, 0 for others.
+AVX2 inline __m256i IsShortGray(__m256i levels) {
+  const __m256i table = _mm256_load_si256(reinterpret_cast<const __m256i*>(shortGrays.words));
+  const __m256i words = _mm256_permutevar8x32_epi32(table, _mm256_srli_epi32(levels, 5));
+  const __m256i bits = _mm256_srlv_epi32(words, _mm256_and_si256(levels, _mm256_set1_epi32(31)));
+  return _mm256_and_si256(bits, _mm256_set1_epi32(1));
+}
+
 /// Thousandths of brightness are whole numbers N, and the sum in doubles is so close to N / 1000
 /// that only a multiple of 1000 can come out on the wrong side. All others are divided in single
-/// precision, from the middle between two multiples of 1/1000.
+/// precision, by a little less than 1000: enough for multiples to reach their quotient, too little
+/// for N + 1 to reach the next. Of the multiples, gray pixels have a table; the few that are left
+/// are summed in doubles.
 AVX2 void Gray(std::uint32_t* pixels, int count) {
   const __m256i even = _mm256_set1_epi32(0x00FF00FF);
+  const __m256i color = _mm256_set1_epi32(0x00FFFFFF);
   const __m256i blueRed = _mm256_set1_epi32(299 << 16 | 114);
   const __m256i green = _mm256_set1_epi32(587);
   const __m256i thousand = _mm256_set1_epi32(1000);
-  const __m256i top = _mm256_set1_epi32(static_cast<int>(0xFF000000));
+  const __m256 share = _mm256_set1_ps(0.001000001f);
   const __m256i replicate = _mm256_setr_epi8(0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1,
                                              0, 0, 0, -1, 4, 4, 4, -1, 8, 8, 8, -1, 12, 12, 12, -1);
   int i = 0;
@@ -273,15 +300,20 @@ AVX2 void Gray(std::uint32_t* pixels, int count) {
     const __m256i sum = _mm256_add_epi32(
         _mm256_madd_epi16(_mm256_and_si256(eight, even), blueRed),
         _mm256_madd_epi16(_mm256_and_si256(_mm256_srli_epi32(eight, 8), even), green));
-    const __m256 middle = _mm256_add_ps(_mm256_cvtepi32_ps(sum), _mm256_set1_ps(0.5f));
-    __m256i gray = _mm256_cvttps_epi32(_mm256_mul_ps(middle, _mm256_set1_ps(0.001f)));
+    __m256i gray = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(sum), share));
     const __m256i whole = _mm256_cmpeq_epi32(sum, _mm256_madd_epi16(gray, thousand));
     if (_mm256_movemask_epi8(whole) != 0) {
-      gray = _mm256_set_m128i(GrayInDoubles(_mm256_extracti128_si256(eight, 1)),
-                              GrayInDoubles(_mm256_castsi256_si128(eight)));
+      const __m256i isGray =
+          _mm256_cmpeq_epi32(_mm256_and_si256(eight, color), _mm256_shuffle_epi8(eight, replicate));
+      if (_mm256_testc_si256(isGray, whole) != 0) {
+        gray = _mm256_sub_epi32(gray, _mm256_and_si256(isGray, IsShortGray(gray)));
+      } else {
+        gray = _mm256_set_m128i(GrayInDoubles(_mm256_extracti128_si256(eight, 1)),
+                                GrayInDoubles(_mm256_castsi256_si128(eight)));
+      }
     }
     Store(pixels + i,
-          _mm256_or_si256(_mm256_and_si256(eight, top), _mm256_shuffle_epi8(gray, replicate)));
+          _mm256_or_si256(_mm256_andnot_si256(color, eight), _mm256_shuffle_epi8(gray, replicate)));
   }
   PlainKernels().gray(pixels + i, count - i);
 }

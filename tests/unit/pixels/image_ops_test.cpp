@@ -15,27 +15,33 @@ using test::Clone;
 using test::Dice;
 using test::SamePixels;
 
-TEST(Gray, RoundsAsTheSumOfProductsInDoubles) {
-  Dice dice(16);
-  // Every gray, and every colour whose exact brightness is a whole number or close to one.
-  BitmapPtr bitmap = *AllocBitmap(256, 300);
-  for (int y = 0; y < 300; ++y) {
-    for (int x = 0; x < 256; ++x) {
-      bitmap->At(x, y) = y == 0 ? static_cast<std::uint32_t>(x) * 0x01010101 : dice.Pixel();
+/// The brightness as told: sums of products in doubles, in this order.
+std::uint32_t GrayOf(std::uint32_t pixel) {
+  const double r = pixel >> 16 & 255, g = pixel >> 8 & 255, b = pixel & 255;
+  const double redGreen = r * 0.299 + g * 0.587;
+  return (pixel & 0xFF000000) | static_cast<std::uint32_t>(b * 0.114 + redGreen) * 0x010101;
+}
+
+TEST(Gray, RoundsAsTheSumInDoublesForEveryColour) {
+  BitmapPtr bitmap = *AllocBitmap(4099, 64);
+  const auto check = [&](const auto& colorAt) {
+    for (int y = 0; y < 64; ++y) {
+      for (int x = 0; x < 4099; ++x) bitmap->At(x, y) = colorAt(x, y);
     }
-  }
-  const BitmapPtr want = Clone(*bitmap);
-  for (int y = 0; y < 300; ++y) {
-    for (int x = 0; x < 256; ++x) {
-      std::uint32_t& p = want->At(x, y);
-      const double r = p >> 16 & 255, g = p >> 8 & 255, b = p & 255;
-      const double redGreen = r * 0.299 + g * 0.587;
-      const auto gray = static_cast<std::uint32_t>(b * 0.114 + redGreen);
-      p = (p & 0xFF000000) | gray << 16 | gray << 8 | gray;
+    GrayPicture(*bitmap);
+    for (int y = 0; y < 64; ++y) {
+      for (int x = 0; x < 4099; ++x) {
+        ASSERT_EQ(bitmap->At(x, y), GrayOf(colorAt(x, y))) << std::hex << colorAt(x, y);
+      }
     }
+  };
+  for (std::uint32_t part = 0; part < 64; ++part) {
+    check([part](int x, int y) {
+      return 0xAB000000 | part << 18 | static_cast<std::uint32_t>(y) << 12 |
+             static_cast<std::uint32_t>(x & 0xFFF);
+    });
   }
-  GrayPicture(*bitmap);
-  EXPECT_TRUE(SamePixels(*bitmap, *want));
+  check([](int x, int y) { return static_cast<std::uint32_t>((x + y) & 255) * 0x01010101; });
   EXPECT_EQ(bitmap->Color(255, 0), 0xFFFFFFu);
 }
 
