@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "vm/state.h"
 #include "vm/table.h"
@@ -91,6 +92,18 @@ void GatherVarArgs(VmState& state, const VmProto& proto, VmValue* base) {
   state.top = place + 1;
 }
 
+/// A command that finds no memory for what it gathers outside of the machine fails like any other.
+int RunNative(VmState& state, VmNative entry) {
+  const std::ptrdiff_t frame = state.ci - state.frames.get();
+  try {
+    return entry(state).Value();
+  } catch (const std::bad_alloc&) {
+    // Frames that stand above the command's own are for a protected call to drop.
+    if (state.ci - state.frames.get() != frame) vmThrow(state, Error::OutOfMemory);
+    return static_cast<int>(Error::OutOfMemory);
+  }
+}
+
 PreCall CallNative(VmState& state, VmValue* function) {
   const std::ptrdiff_t offset = SaveStack(state, function);
   EnsureStack(state, vmMinStack);
@@ -103,7 +116,7 @@ PreCall CallNative(VmState& state, VmValue* function) {
   if (globals.host.flags.traceCalls && (state.attention & attentionQuit) == 0) TraceCall(state);
   const VmNative entry = FunctionOf(*state.ci)->entry;
   if (entry != globals.lastErrorReader) globals.lastError = 0;
-  const int result = entry(state).Value();
+  const int result = RunNative(state, entry);
   if (result >= 0 && result <= vmMaxResults) {
     return {PreCallKind::Native, state.top - result, 0};
   }
