@@ -50,7 +50,7 @@ struct WindowMessage {
   int key = 0;
   Qualifiers qualifiers = 0;
   /// Absolute paths.
-  std::vector<std::string> paths;
+  std::vector<std::string> paths{};
 };
 
 /// The sizes of the frame around a window's inner area.

@@ -1,0 +1,46 @@
+#include <cstdio>
+#include <cstdlib>
+#include <expected>
+#include <fstream>
+#include <sstream>
+
+#include "platform/headless/headless_platform.h"
+#include "platform/platform.h"
+#include "platform/settings.h"
+
+namespace quillmere {
+namespace {
+
+constexpr int badEnvironmentStatus = 2;
+
+[[noreturn]] void EndWith(const std::string& text) {
+  std::fprintf(stderr, "%s\n", text.c_str());
+  std::exit(badEnvironmentStatus);
+}
+
+InputScript ReadInputScript(const std::string& fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::stringstream text;
+  if (!file || !(text << file.rdbuf() || file.peek() == std::ifstream::traits_type::eof())) {
+    EndWith(fileName + ": the input script cannot be read");
+  }
+  auto script = ParseInputScript(text.str(), fileName);
+  if (!script) EndWith(script.error());
+  return std::move(*script);
+}
+
+}  // namespace
+
+Result<std::unique_ptr<Platform>> PlatformOpen(Host& host) {
+  const auto settings = ReadPlatformSettings([](const char* name) { return std::getenv(name); });
+  if (!settings) EndWith(settings.error());
+  HeadlessSettings headless;
+  headless.screenWidth = settings->screenWidth;
+  headless.screenHeight = settings->screenHeight;
+  headless.virtualClock = settings->virtualClock;
+  headless.shotFile = settings->shotFile;
+  if (!settings->inputFile.empty()) headless.input = ReadInputScript(settings->inputFile);
+  return OpenHeadlessPlatform(host, std::move(headless));
+}
+
+}  // namespace quillmere
