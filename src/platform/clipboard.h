@@ -13,8 +13,8 @@ namespace quillmere {
 /// What the clipboard holds.
 struct ClipboardContent {
   enum class Kind { Empty, Text, Image, Unknown } kind = Kind::Empty;
-  std::string text;  ///< Latin-1 or UTF-8, as it was put there
-  PixelImage image;
+  std::string text{};  ///< Latin-1 or UTF-8, as it was put there
+  PixelImage image{};
 };
 
 class PlatformClipboard {

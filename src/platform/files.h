@@ -40,17 +40,17 @@ using Protection = std::uint32_t;
 
 /// What the system knows about a name.
 struct FileInfo {
-  std::string name;  ///< last part of the path
+  std::string name{};  ///< last part of the path
   bool isDirectory = false;
   std::int64_t size = 0;
-  LocalTime date;
+  LocalTime date{};
   Protection protection = 15;
-  std::string comment;
+  std::string comment{};
 };
 
 /// What the system knows about the volume that a path lies on.
 struct VolumeInfo {
-  std::string name;  ///< the directory where the volume is mounted
+  std::string name{};  ///< the directory where the volume is mounted
   std::int64_t freeBytes = 0;
   std::int64_t usedBytes = 0;
 };

@@ -11,19 +11,19 @@ namespace quillmere {
 /// events; see `PlatformRequesters`.
 struct RequesterCall {
   enum class Kind { File, Path, String, Choice } kind = Kind::Choice;
-  std::string title;
-  std::string body;
+  std::string title{};
+  std::string body{};
   /// Choice: the buttons from left to right.
-  std::vector<std::string> buttons;
+  std::vector<std::string> buttons{};
   /// Choice: 0 none, else information, error, warning, question as the platform's images 1 to 4.
   int icon = 0;
   /// String: the text to start with. File and path: the directory to open in.
-  std::string defaultText;
+  std::string defaultText{};
   /// File: the name to start with.
-  std::string fileName;
+  std::string fileName{};
   /// File: the pattern as the language forms it, such as "#?(.png|.jpg)"; empty, "*" and "#?" are
   /// every file.
-  std::string pattern;
+  std::string pattern{};
   bool saveMode = false;
   bool multiSelect = false;
   bool drawersOnly = false;
@@ -39,8 +39,8 @@ struct RequesterAnswer {
   bool cancelled = true;
   /// Choice: the last button is 0, the others count from 1 on the left.
   int choice = 0;
-  std::string text;
-  std::vector<std::string> paths;
+  std::string text{};
+  std::vector<std::string> paths{};
 };
 
 class PlatformRequesters {

@@ -72,7 +72,7 @@ struct Rectangle {
 struct WindowShape {
   int width = 0;
   int height = 0;
-  std::vector<std::uint8_t> alpha;  ///< one byte a pixel, rows without padding
+  std::vector<std::uint8_t> alpha{};  ///< one byte a pixel, rows without padding
 };
 
 struct WindowOptions {
@@ -80,7 +80,7 @@ struct WindowOptions {
   /// and never that of another display; 0 for a window that stands for itself.
   std::uint64_t identity = 0;
   /// In Latin-1, like all texts that the user sees.
-  std::string title;
+  std::string title{};
   /// Outer corner and inner size, in pixels.
   int x = 0;
   int y = 0;
@@ -94,7 +94,7 @@ struct WindowOptions {
   bool noHide = false;
   bool active = true;
   bool fullScreen = false;
-  std::optional<WindowShape> shape;
+  std::optional<WindowShape> shape{};
 };
 
 /// A pointer image, at most 64 by 64 pixels; an image of the platform's own when it was asked for.
@@ -145,7 +145,7 @@ struct DesktopInfo {
   int pixelFormat = 10;
   int refreshRate = 60;
   int titleBarHeight = 0;
-  Rectangle usable;  ///< the area that windows may take
+  Rectangle usable{};  ///< the area that windows may take
 };
 
 class PlatformWindows {

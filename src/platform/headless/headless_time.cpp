@@ -82,9 +82,12 @@ bool HeadlessTime::MoveTo(std::optional<SysTime> time) {
 }
 
 void HeadlessTime::WaitVerticalBlank() {
-  const SysTime blank = NextBlank(Current());
-  while (Current() < blank) {
-    std::optional<SysTime> next = blank;
+  SleepUntil(NextBlank(Current()));
+}
+
+void HeadlessTime::SleepUntil(SysTime time) {
+  while (Current() < time) {
+    std::optional<SysTime> next = time;
     TakeEarlier(next, NextOfSources());
     if (isVirtual_) {
       virtualNow_ = std::max(virtualNow_, *next);

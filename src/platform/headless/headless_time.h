@@ -41,6 +41,7 @@ class HeadlessTime final : public PlatformTime, public PlatformWaiting {
   SysTime GetSysTime() override;
   LocalTime Now() override;
   void WaitVerticalBlank() override;
+  void SleepUntil(SysTime time) override;
 
   Wake WaitForSignals(std::optional<SysTime> deadline) override;
   void SignalEvent() override { signals_.Raise(Wake::Event); }
