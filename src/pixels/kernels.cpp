@@ -119,10 +119,11 @@ void LerpColumns(std::uint32_t* target, const std::uint32_t* source, const std::
   }
 }
 
-void LerpRows(std::uint32_t* target, const std::uint32_t* top, const std::uint32_t* bottom,
+void LerpRows(std::uint8_t* target, const std::uint8_t* top, const std::uint8_t* bottom,
               int fraction, int count) {
   for (int i = 0; i < count; ++i) {
-    target[i] = Mix65536(top[i], bottom[i], static_cast<unsigned>(fraction));
+    const int from = top[i], to = bottom[i];
+    target[i] = static_cast<std::uint8_t>(((to - from) * fraction >> 16) + from);
   }
 }
 

@@ -74,8 +74,8 @@ struct RowKernels {
   /// fraction in 1/65536: c0 + ((c1 - c0) * fraction >> 16) in each byte.
   void (*lerpColumns)(std::uint32_t* target, const std::uint32_t* source,
                       const std::int32_t* columns, const std::int32_t* fractions, int count);
-  /// The same between two rows, pixel by pixel.
-  void (*lerpRows)(std::uint32_t* target, const std::uint32_t* top, const std::uint32_t* bottom,
+  /// The same between two rows, byte by byte; `count` is in bytes.
+  void (*lerpRows)(std::uint8_t* target, const std::uint8_t* top, const std::uint8_t* bottom,
                    int fraction, int count);
   /// Brings each pixel to its brightness, in place.
   void (*gray)(std::uint32_t* pixels, int count);

@@ -225,20 +225,21 @@ AVX2 void LerpColumns(std::uint32_t* target, const std::uint32_t* source,
   PlainKernels().lerpColumns(target + i, source, columns + i, fractions + i, count - i);
 }
 
-AVX2 void LerpRows(std::uint32_t* target, const std::uint32_t* top, const std::uint32_t* bottom,
+AVX2 void LerpRows(std::uint8_t* target, const std::uint8_t* top, const std::uint8_t* bottom,
                    int fraction, int count) {
+  constexpr int bytes = 32;
   const __m256i wide = _mm256_set1_epi16(static_cast<short>(fraction));
   const __m256i carry = _mm256_srai_epi16(wide, 15);
   const __m256i zero = _mm256_setzero_si256();
   int i = 0;
-  for (; i + step <= count; i += step) {
-    const __m256i from = Load(top + i);
-    const __m256i to = Load(bottom + i);
+  for (; i + bytes <= count; i += bytes) {
+    const __m256i from = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(top + i));
+    const __m256i to = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bottom + i));
     const __m256i low =
         LerpLanes(_mm256_unpacklo_epi8(from, zero), _mm256_unpacklo_epi8(to, zero), wide, carry);
     const __m256i high =
         LerpLanes(_mm256_unpackhi_epi8(from, zero), _mm256_unpackhi_epi8(to, zero), wide, carry);
-    Store(target + i, _mm256_packus_epi16(low, high));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + i), _mm256_packus_epi16(low, high));
   }
   PlainKernels().lerpRows(target + i, top + i, bottom + i, fraction, count - i);
 }
@@ -360,15 +361,19 @@ AVX2 inline __m256d MixPair(__m256d a, __m256d b, __m256d rest, __m256d share) {
   return _mm256_add_pd(_mm256_mul_pd(a, rest), _mm256_mul_pd(b, share));
 }
 
-/// The mix of four pixels, `left` and `right` being columns of the rows `top` and `bottom`.
-AVX2 inline std::uint32_t MixSquare(const std::uint32_t* top, const std::uint32_t* bottom, int left,
-                                    int right, double fx, double fy) {
+/// The mix of the four pixels around a position, given by their places in the picture.
+struct SquarePlaces {
+  std::int32_t topLeft, topRight, bottomLeft, bottomRight;
+};
+
+AVX2 inline std::uint32_t MixSquare(const std::uint32_t* pixels, const SquarePlaces& places,
+                                    double fx, double fy) {
   const __m256d shareX = _mm256_set1_pd(fx);
   const __m256d restX = _mm256_set1_pd(1 - fx);
-  const __m256d upper =
-      MixPair(PixelAsDoubles(top[left]), PixelAsDoubles(top[right]), restX, shareX);
-  const __m256d lower =
-      MixPair(PixelAsDoubles(bottom[left]), PixelAsDoubles(bottom[right]), restX, shareX);
+  const __m256d upper = MixPair(PixelAsDoubles(pixels[places.topLeft]),
+                                PixelAsDoubles(pixels[places.topRight]), restX, shareX);
+  const __m256d lower = MixPair(PixelAsDoubles(pixels[places.bottomLeft]),
+                                PixelAsDoubles(pixels[places.bottomRight]), restX, shareX);
   const __m256d mixed = _mm256_add_pd(
       MixPair(upper, lower, _mm256_set1_pd(1 - fy), _mm256_set1_pd(fy)), _mm256_set1_pd(0.5));
   const __m128i bytes =
@@ -377,70 +382,86 @@ AVX2 inline std::uint32_t MixSquare(const std::uint32_t* top, const std::uint32_
   return static_cast<std::uint32_t>(_mm_cvtsi128_si32(bytes));
 }
 
-/// Positions of four columns: whole and fractional parts.
-struct FourPositions {
-  alignas(16) std::int32_t whole[4];
-  alignas(32) double fraction[4];
-};
-
-AVX2 inline void Positions(__m256d columns, double slope, double row, double offset,
-                           FourPositions& out) {
-  const __m256d at = _mm256_add_pd(
+/// Positions of four columns along one axis.
+AVX2 inline __m256d PositionsOf(__m256d columns, double slope, double row, double offset) {
+  return _mm256_add_pd(
       _mm256_add_pd(_mm256_mul_pd(columns, _mm256_set1_pd(slope)), _mm256_set1_pd(row)),
       _mm256_set1_pd(offset));
-  const __m256d cut =
-      _mm256_min_pd(_mm256_max_pd(at, _mm256_set1_pd(-farPosition)), _mm256_set1_pd(farPosition));
-  _mm_store_si128(reinterpret_cast<__m128i*>(out.whole), _mm256_cvttpd_epi32(cut));
-  _mm256_store_pd(out.fraction, _mm256_sub_pd(at, _mm256_floor_pd(at)));
 }
 
-/// A double's position as an index cut to 0 to size - 1.
-AVX2 inline __m128i CutPositions(__m256d columns, double slope, double row, double offset,
-                                 int size) {
-  const __m256d at = _mm256_add_pd(
-      _mm256_add_pd(_mm256_mul_pd(columns, _mm256_set1_pd(slope)), _mm256_set1_pd(row)),
-      _mm256_set1_pd(offset));
-  const __m256d cut =
-      _mm256_min_pd(_mm256_max_pd(at, _mm256_setzero_pd()), _mm256_set1_pd(size - 1));
-  return _mm256_cvttpd_epi32(cut);
+AVX2 inline __m256d FractionsOf(__m256d positions) {
+  return _mm256_sub_pd(positions, _mm256_floor_pd(positions));
+}
+
+AVX2 inline __m128i CutIndices(__m128i indices, int size) {
+  return _mm_min_epi32(_mm_max_epi32(indices, _mm_setzero_si128()), _mm_set1_epi32(size - 1));
+}
+
+/// The whole parts of four positions and the ones after them, as indices cut to 0 to size - 1.
+struct Neighbours {
+  __m128i near;
+  __m128i far;
+};
+
+AVX2 inline Neighbours NeighboursOf(__m256d positions, int size) {
+  const __m256d cut = _mm256_min_pd(_mm256_max_pd(positions, _mm256_set1_pd(-farPosition)),
+                                    _mm256_set1_pd(farPosition));
+  const __m128i whole = _mm256_cvttpd_epi32(cut);
+  return {CutIndices(whole, size), CutIndices(_mm_add_epi32(whole, _mm_set1_epi32(1)), size)};
 }
 
 AVX2 void TransformPlain(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  const __m128i stride = _mm_set1_epi32(row.pixelsPerRow);
   int i = 0;
   __m256d columns = _mm256_add_pd(_mm256_set1_pd(first), _mm256_setr_pd(0, 1, 2, 3));
   for (; i + 4 <= count; i += 4) {
-    alignas(16) std::int32_t x[4], y[4];
-    _mm_store_si128(reinterpret_cast<__m128i*>(x),
-                    CutPositions(columns, row.stepX, row.rowX, row.offsetX, row.width));
-    _mm_store_si128(reinterpret_cast<__m128i*>(y),
-                    CutPositions(columns, row.stepY, row.rowY, row.offsetY, row.height));
+    const Neighbours x =
+        NeighboursOf(PositionsOf(columns, row.stepX, row.rowX, row.offsetX), row.width);
+    const Neighbours y =
+        NeighboursOf(PositionsOf(columns, row.stepY, row.rowY, row.offsetY), row.height);
     columns = _mm256_add_pd(columns, _mm256_set1_pd(4));
-    for (int k = 0; k < 4; ++k) {
-      target[i + k] = row.pixels[static_cast<std::ptrdiff_t>(y[k]) * row.pixelsPerRow + x[k]];
-    }
+    alignas(16) std::int32_t places[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(places),
+                    _mm_add_epi32(_mm_mullo_epi32(y.near, stride), x.near));
+    for (int k = 0; k < 4; ++k) target[i + k] = row.pixels[places[k]];
   }
   PlainKernels().transformPlain(target + i, row, first + i, count - i);
 }
 
+/// The places of four squares, one square after the other.
+AVX2 inline void StoreSquares(const Neighbours& x, const Neighbours& y, int pixelsPerRow,
+                              SquarePlaces (&squares)[4]) {
+  const __m128i stride = _mm_set1_epi32(pixelsPerRow);
+  const __m128i top = _mm_mullo_epi32(y.near, stride);
+  const __m128i bottom = _mm_mullo_epi32(y.far, stride);
+  const __m128i topLeft = _mm_add_epi32(top, x.near), topRight = _mm_add_epi32(top, x.far);
+  const __m128i bottomLeft = _mm_add_epi32(bottom, x.near);
+  const __m128i bottomRight = _mm_add_epi32(bottom, x.far);
+  const __m128i top01 = _mm_unpacklo_epi32(topLeft, topRight);
+  const __m128i top23 = _mm_unpackhi_epi32(topLeft, topRight);
+  const __m128i bottom01 = _mm_unpacklo_epi32(bottomLeft, bottomRight);
+  const __m128i bottom23 = _mm_unpackhi_epi32(bottomLeft, bottomRight);
+  auto* out = reinterpret_cast<__m128i*>(squares);
+  _mm_store_si128(out, _mm_unpacklo_epi64(top01, bottom01));
+  _mm_store_si128(out + 1, _mm_unpackhi_epi64(top01, bottom01));
+  _mm_store_si128(out + 2, _mm_unpacklo_epi64(top23, bottom23));
+  _mm_store_si128(out + 3, _mm_unpackhi_epi64(top23, bottom23));
+}
+
 AVX2 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, int count) {
   int i = 0;
-  FourPositions x, y;
   __m256d columns = _mm256_add_pd(_mm256_set1_pd(first), _mm256_setr_pd(0, 1, 2, 3));
   for (; i + 4 <= count; i += 4) {
-    Positions(columns, row.stepX, row.rowX, row.offsetX, x);
-    Positions(columns, row.stepY, row.rowY, row.offsetY, y);
+    const __m256d atX = PositionsOf(columns, row.stepX, row.rowX, row.offsetX);
+    const __m256d atY = PositionsOf(columns, row.stepY, row.rowY, row.offsetY);
     columns = _mm256_add_pd(columns, _mm256_set1_pd(4));
-    for (int k = 0; k < 4; ++k) {
-      const int left = CutIndex(x.whole[k], row.width);
-      const int right = CutIndex(x.whole[k] + 1, row.width);
-      const std::uint32_t* top =
-          row.pixels +
-          static_cast<std::ptrdiff_t>(CutIndex(y.whole[k], row.height)) * row.pixelsPerRow;
-      const std::uint32_t* bottom =
-          row.pixels +
-          static_cast<std::ptrdiff_t>(CutIndex(y.whole[k] + 1, row.height)) * row.pixelsPerRow;
-      target[i + k] = MixSquare(top, bottom, left, right, x.fraction[k], y.fraction[k]);
-    }
+    alignas(16) SquarePlaces squares[4];
+    StoreSquares(NeighboursOf(atX, row.width), NeighboursOf(atY, row.height), row.pixelsPerRow,
+                 squares);
+    alignas(32) double fx[4], fy[4];
+    _mm256_store_pd(fx, FractionsOf(atX));
+    _mm256_store_pd(fy, FractionsOf(atY));
+    for (int k = 0; k < 4; ++k) target[i + k] = MixSquare(row.pixels, squares[k], fx[k], fy[k]);
   }
   PlainKernels().transformSmooth(target + i, row, first + i, count - i);
 }

@@ -72,10 +72,6 @@ struct Colors {
                           const std::int32_t* fractions, int count) {
     Kernels().lerpColumns(target, source, columns, fractions, count);
   }
-  static void LerpRows(Element* target, const Element* top, const Element* bottom, int fraction,
-                       int count) {
-    Kernels().lerpRows(target, top, bottom, fraction, count);
-  }
 };
 
 struct AlphaBytes {
@@ -94,11 +90,15 @@ struct AlphaBytes {
       target[i] = Lerp(pair[0], pair[1], fractions[i]);
     }
   }
-  static void LerpRows(Element* target, const Element* top, const Element* bottom, int fraction,
-                       int count) {
-    for (int i = 0; i < count; ++i) target[i] = Lerp(top[i], bottom[i], fraction);
-  }
 };
+
+/// Mixes two rows. Both kinds of rows are rows of bytes here.
+template <class Element>
+void LerpRows(Element* target, const Element* top, const Element* bottom, int fraction, int count) {
+  const auto bytes = [](auto* row) { return reinterpret_cast<const std::uint8_t*>(row); };
+  Kernels().lerpRows(reinterpret_cast<std::uint8_t*>(target), bytes(top), bytes(bottom), fraction,
+                     count * static_cast<int>(sizeof(Element)));
+}
 
 /// The size that is drawn; the tables were made for a size that may be larger.
 struct DrawnSize {
@@ -169,7 +169,7 @@ void ScaleSmooth(ScaleTables& tables, const Source& source, const Area& area, Ta
     if (fraction == 0) {
       std::copy_n(top, drawn.width, target.Row(y));
     } else {
-      Kind::LerpRows(target.Row(y), top, rows.Get(upper + 1), fraction, drawn.width);
+      LerpRows(target.Row(y), top, rows.Get(upper + 1), fraction, drawn.width);
     }
   }
 }
@@ -184,18 +184,29 @@ void ScalePlane(ScaleTables& tables, const Source& source, const Area& area, Tar
   }
 }
 
+/// One byte of a scaled row of bits.
+std::uint8_t PickBits(const std::uint8_t* row, int first, const std::int32_t* columns, int count) {
+  unsigned bits = 0;
+  for (int i = 0; i < count; ++i) {
+    const int at = first + columns[i];
+    bits |= (static_cast<unsigned>(row[at >> 3]) << (at & 7) & 128u) >> i;
+  }
+  return static_cast<std::uint8_t>(bits);
+}
+
 /// Masks take the nearest bit in both forms.
 void ScaleMask(const ScaleTables& tables, const qmMask& source, const Area& area, qmMask& target) {
   for (int y = 0; y < target.height; ++y) {
     const auto row = static_cast<std::size_t>(y);
+    std::uint8_t* bits = target.Row(y);
     if (y > 0 && tables.row[row] == tables.row[row - 1]) {
-      std::copy_n(target.Row(y - 1), target.bytesPerRow, target.Row(y));
+      std::copy_n(target.Row(y - 1), target.bytesPerRow, bits);
       continue;
     }
-    const int sourceY = area.y + tables.row[row];
-    for (int x = 0; x < target.width; ++x) {
-      const int sourceX = area.x + tables.column[static_cast<std::size_t>(x)];
-      if (source.Test(sourceX, sourceY)) target.Row(y)[x >> 3] |= 128 >> (x & 7);
+    const std::uint8_t* from = source.Row(area.y + tables.row[row]);
+    for (int x = 0; x < target.width; x += 8) {
+      bits[x >> 3] =
+          PickBits(from, area.x, tables.column.data() + x, std::min(8, target.width - x));
     }
   }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 
 #include "pixels/mask_ops.h"
 #include "pixels/transform_sample.h"
@@ -173,13 +174,20 @@ class Transformer {
     }
   }
 
+  /// Colours are mixed as if all pixels were present; where one is absent they are mixed anew.
   void DrawSmoothThroughMask(const TransformRow& row, int y, const Columns& columns) {
+    if (target_.bitmap) {
+      Kernels().transformSmooth(target_.bitmap->Row(y) + columns.first, row, columns.first,
+                                columns.last - columns.first + 1);
+    }
     for (int x = columns.first; x <= columns.last; ++x) {
       const Square s = SquareAt(row, x);
       const std::array present{IsSet(s.left, s.top), IsSet(s.right, s.top), IsSet(s.left, s.bottom),
                                IsSet(s.right, s.bottom)};
       if (present[0]) target_.mask->Set(x, y, true);
-      if (target_.bitmap) target_.bitmap->At(x, y) = MixPresent(row, s, present);
+      if (target_.bitmap && !std::ranges::all_of(present, std::identity{})) {
+        target_.bitmap->At(x, y) = MixPresent(row, s, present);
+      }
     }
   }
 

@@ -246,6 +246,7 @@ TEST(Kernels, BothSetsGiveTheSameNumbers) {
       run(plain, *a);
       run(*fast, *b);
     };
+    const auto bytes = [](std::uint32_t* row) { return reinterpret_cast<std::uint8_t*>(row); };
     both([&](const RowKernels& k, qmBitmap& t) {
       const std::uint32_t* s = source->Row(0) + 1;
       switch (round % 13) {
@@ -268,10 +269,10 @@ TEST(Kernels, BothSetsGiveTheSameNumbers) {
         case 8:
           return k.lerpColumns(t.Row(0) + 1, source->Row(0), columns, fractions, count);
         case 9:
-          return k.lerpRows(t.Row(0) + 1, s, source->Row(1), fraction, count);
+          return k.lerpRows(bytes(t.Row(0)) + 1, bytes(source->Row(0)), bytes(source->Row(1)),
+                            fraction, count * 3);
         case 10:
-          k.scaleAlpha(reinterpret_cast<std::uint8_t*>(t.Row(0)), alpha->Row(0), weight & 255,
-                       count);
+          k.scaleAlpha(bytes(t.Row(0)), alpha->Row(0), weight & 255, count);
           return k.invert(t.Row(1) + 1, count);
         case 11:
           k.reverse(t.Row(0) + 1, count);

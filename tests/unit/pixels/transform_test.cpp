@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -175,6 +176,19 @@ TEST(TransformPlanes, AQuarterTurnAddsNothing) {
       *TransformPlanes(source, {0, 0, 9, 5}, BuildMatrix(0, 0, 9, 5, 90, 1, 1), false);
   EXPECT_EQ(turned.Width(), 5);
   EXPECT_EQ(turned.Height(), 9);
+}
+
+TEST(TransformPlanes, AMaskAloneTurnsLikeTheMaskOfAPicture) {
+  Dice dice(23);
+  const Planes picture{dice.Bitmap(31, 17), dice.Mask(31, 17), nullptr};
+  const Planes alone{nullptr, picture.mask, nullptr};
+  const Matrix matrix = BuildMatrix(0, 0, 31, 17, 37, 1.5, 0.8);
+  for (const bool smooth : {false, true}) {
+    const Planes want = *TransformPlanes(picture, {2, 1, 27, 15}, matrix, smooth);
+    const Planes got = *TransformPlanes(alone, {2, 1, 27, 15}, matrix, smooth);
+    ASSERT_FALSE(got.bitmap);
+    ASSERT_TRUE(std::ranges::equal(got.mask->Bytes(), want.mask->Bytes()));
+  }
 }
 
 TEST(TransformPlanes, MatricesThatCannotBeInvertedShowNothing) {
