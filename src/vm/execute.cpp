@@ -193,44 +193,42 @@ inline bool HasNoStoreEvent(const VmTable& table) {
       RA->SetNumber(expression);                               \
       NEXT;                                                    \
     }                                                          \
-    SLOW(Arithmetic(state, *b, *c, op))                        \
+    SLOW(Arithmetic(state, *b, *c, op));                       \
   }
 
-#define ARITHMETIC_KINDS(name, op, test, expression) \
-  ARITHMETIC(name##RR, op, RB, RC, test, expression) \
-  ARITHMETIC(name##RK, op, RB, KC, test, expression) \
+#define ARITHMETIC_KINDS(name, op, test, expression)  \
+  ARITHMETIC(name##RR, op, RB, RC, test, expression); \
+  ARITHMETIC(name##RK, op, RB, KC, test, expression); \
   ARITHMETIC(name##KR, op, KB, RC, test, expression)
 
-#define ARITHMETIC_RK(name, op, test, expression) \
-  ARITHMETIC(name, op, RK(B), RK(C), test, expression)
-
-#define JUMP_IF(condition)               \
-  {                                      \
-    if (condition) {                     \
-      const int offset = JUMP;           \
-      pc += offset;                      \
-      if (offset < 0) SAFE_POINT(pc + 1) \
-      NEXT;                              \
-    }                                    \
-    ++pc;                                \
-    NEXT;                                \
+#define JUMP_IF(condition)                \
+  {                                       \
+    if (condition) {                      \
+      const int offset = JUMP;            \
+      pc += offset;                       \
+      if (offset < 0) SAFE_POINT(pc + 1); \
+      NEXT;                               \
+    }                                     \
+    ++pc;                                 \
+    NEXT;                                 \
   }
 
-#define COMPARE(name, left, right, fast, slow, wanted)    \
-  CODE_OF(name) {                                         \
-    const VmValue* b = left;                              \
-    const VmValue* c = right;                             \
-    if (b->IsNumber() && c->IsNumber()) [[likely]]        \
-      JUMP_IF((b->number() fast c->number()) == (wanted)) \
-    SAVE;                                                 \
-    const bool holds = slow(state, *b, *c);               \
-    RELOAD;                                               \
-    JUMP_IF(holds == (wanted))                            \
+#define COMPARE(name, left, right, fast, slow, wanted)     \
+  CODE_OF(name) {                                          \
+    const VmValue* b = left;                               \
+    const VmValue* c = right;                              \
+    if (b->IsNumber() && c->IsNumber()) [[likely]] {       \
+      JUMP_IF((b->number() fast c->number()) == (wanted)); \
+    }                                                      \
+    SAVE;                                                  \
+    const bool holds = slow(state, *b, *c);                \
+    RELOAD;                                                \
+    JUMP_IF(holds == (wanted));                            \
   }
 
-#define COMPARE_ORDER(name, fast, slow, wanted) \
-  COMPARE(name##RR, RA, RB, fast, slow, wanted) \
-  COMPARE(name##RK, RA, KB, fast, slow, wanted) \
+#define COMPARE_ORDER(name, fast, slow, wanted)  \
+  COMPARE(name##RR, RA, RB, fast, slow, wanted); \
+  COMPARE(name##RK, RA, KB, fast, slow, wanted); \
   COMPARE(name##KR, KB, RA, fast, slow, wanted)
 
 VmValue* vmExecute(VmState& state) {
@@ -304,7 +302,7 @@ watch:
       *RA = found;
       NEXT;
     }
-    SLOW(GetMissingGlobal(state, *closure->environment, key))
+    SLOW(GetMissingGlobal(state, *closure->environment, key));
   }
   CODE_OF(SetGlobal) {
     const VmValue key = constants[INDEX];
@@ -331,7 +329,7 @@ watch:
         NEXT;
       }
     }
-    SLOW(GetField(state, object, key, RB, false))
+    SLOW(GetField(state, object, key, RB, false));
   }
   CODE_OF(GetIndex) {
     const VmValue object = *RB;
@@ -346,7 +344,7 @@ watch:
         NEXT;
       }
     }
-    SLOW(GetField(state, object, key, RB, false))
+    SLOW(GetField(state, object, key, RB, false));
   }
   CODE_OF(GetOther) {
     const VmValue object = *RB;
@@ -358,7 +356,7 @@ watch:
         NEXT;
       }
     }
-    SLOW(GetField(state, object, key, RB, false))
+    SLOW(GetField(state, object, key, RB, false));
   }
 
 #define SET_FIELD(name, source)                                 \
@@ -379,8 +377,8 @@ watch:
     RELOAD;                                                     \
     NEXT;                                                       \
   }
-  SET_FIELD(SetFieldR, RC)
-  SET_FIELD(SetFieldK, KC)
+  SET_FIELD(SetFieldR, RC);
+  SET_FIELD(SetFieldK, KC);
 
 #define SET_INDEX(name, keySource, source)                                 \
   CODE_OF(name) {                                                          \
@@ -400,9 +398,9 @@ watch:
     RELOAD;                                                                \
     NEXT;                                                                  \
   }
-  SET_INDEX(SetIndexR, RB, RC)
-  SET_INDEX(SetIndexK, RB, KC)
-  SET_INDEX(SetOther, RK(B), RK(C))
+  SET_INDEX(SetIndexR, RB, RC);
+  SET_INDEX(SetIndexK, RB, KC);
+  SET_INDEX(SetOther, RK(B), RK(C));
 
   CODE_OF(NewTable) {
     SAVE;
@@ -414,10 +412,10 @@ watch:
     NEXT;
   }
 
-  ARITHMETIC_KINDS(Add, OP_ADD, true, x + y)
-  ARITHMETIC_KINDS(Sub, OP_SUB, true, x - y)
-  ARITHMETIC_KINDS(Mul, OP_MUL, true, x * y)
-  ARITHMETIC_KINDS(Div, OP_DIV, c->number() != 0, x / y)
+  ARITHMETIC_KINDS(Add, OP_ADD, true, x + y);
+  ARITHMETIC_KINDS(Sub, OP_SUB, true, x - y);
+  ARITHMETIC_KINDS(Mul, OP_MUL, true, x * y);
+  ARITHMETIC_KINDS(Div, OP_DIV, c->number() != 0, x / y);
 
   CODE_OF(DivInt) {
     const VmValue* b = RK(B);
@@ -429,7 +427,7 @@ watch:
       RA->SetNumber(x / y);
       NEXT;
     }
-    SLOW(Arithmetic(state, *b, *c, OP_DIVINT))
+    SLOW(Arithmetic(state, *b, *c, OP_DIVINT));
   }
   CODE_OF(Mod) {
     const VmValue* b = RK(B);
@@ -441,32 +439,39 @@ watch:
       RA->SetNumber(x % y);
       NEXT;
     }
-    SLOW(Arithmetic(state, *b, *c, OP_MOD))
+    SLOW(Arithmetic(state, *b, *c, OP_MOD));
   }
-  CODE_OF(Lsh)
-  SLOW(Arithmetic(state, *RK(B), *RK(C), OP_LSH))
-  CODE_OF(Rsh)
-  SLOW(Arithmetic(state, *RK(B), *RK(C), OP_RSH))
-      ARITHMETIC_RK(Or, OP_OR, true, ToUInt32(x) | ToUInt32(y))
-          ARITHMETIC_RK(And, OP_AND, true, ToUInt32(x) & ToUInt32(y))
-              ARITHMETIC_RK(Xor, OP_XOR, true, ToUInt32(x) ^ ToUInt32(y)) CODE_OF(Pow)
-                  SLOW(Arithmetic(state, *RK(B), *RK(C), OP_POW)) CODE_OF(ArithmeticKK) {
+  CODE_OF(Lsh) {
+    SLOW(Arithmetic(state, *RK(B), *RK(C), OP_LSH));
+  }
+  CODE_OF(Rsh) {
+    SLOW(Arithmetic(state, *RK(B), *RK(C), OP_RSH));
+  }
+  ARITHMETIC(Or, OP_OR, RK(B), RK(C), true, ToUInt32(x) | ToUInt32(y));
+
+  ARITHMETIC(And, OP_AND, RK(B), RK(C), true, ToUInt32(x) & ToUInt32(y));
+
+  ARITHMETIC(Xor, OP_XOR, RK(B), RK(C), true, ToUInt32(x) ^ ToUInt32(y));
+  CODE_OF(Pow)
+  SLOW(Arithmetic(state, *RK(B), *RK(C), OP_POW));
+  CODE_OF(ArithmeticKK) {
     const VmInstruction word =
         closure->proto->code[static_cast<std::size_t>(pc - 1 - closure->proto->ops.begin())];
-    SLOW(Arithmetic(state, *RK(B), *RK(C), static_cast<VmOp>(opCode(word))))
+    SLOW(Arithmetic(state, *RK(B), *RK(C), static_cast<VmOp>(opCode(word))));
   }
   CODE_OF(Unm) {
     if (RB->IsNumber()) [[likely]] {
       RA->SetNumber(-RB->number());
       NEXT;
     }
-    SLOW(Negate(state, *RB))
+    SLOW(Negate(state, *RB));
   }
   CODE_OF(Not) {
     RA->SetNumber(IsFalse(*RB) ? 1 : 0);
     NEXT;
   }
-  CODE_OF(BNot) SLOW(Complement(state, *RB)) CODE_OF(Concat) {
+  CODE_OF(BNot) SLOW(Complement(state, *RB));
+  CODE_OF(Concat) {
     SAVE;
     const int first = B;
     Concatenate(state, C - first + 1, RC);
@@ -483,25 +488,25 @@ watch:
   }
   CODE_OF(JumpBack) {
     pc += JUMP;
-    SAFE_POINT(pc + 1)
+    SAFE_POINT(pc + 1);
     NEXT;
   }
   CODE_OF(JumpSubroutine) {
     SAVE;
     PushSubroutine(state, pc);
     pc += JUMP;
-    SAFE_POINT(pc + 1)
+    SAFE_POINT(pc + 1);
     NEXT;
   }
 
-  COMPARE(JumpEqRR, RA, RB, ==, EqualValues, true)
-  COMPARE(JumpEqRK, RA, KB, ==, EqualValues, true)
-  COMPARE(JumpNotEqRR, RA, RB, ==, EqualValues, false)
-  COMPARE(JumpNotEqRK, RA, KB, ==, EqualValues, false)
-  COMPARE_ORDER(JumpLt, <, LessThan, true)
-  COMPARE_ORDER(JumpLe, <=, LessEqual, true)
-  COMPARE_ORDER(JumpNotLt, <, LessThan, false)
-  COMPARE_ORDER(JumpNotLe, <=, LessEqual, false)
+  COMPARE(JumpEqRR, RA, RB, ==, EqualValues, true);
+  COMPARE(JumpEqRK, RA, KB, ==, EqualValues, true);
+  COMPARE(JumpNotEqRR, RA, RB, ==, EqualValues, false);
+  COMPARE(JumpNotEqRK, RA, KB, ==, EqualValues, false);
+  COMPARE_ORDER(JumpLt, <, LessThan, true);
+  COMPARE_ORDER(JumpLe, <=, LessEqual, true);
+  COMPARE_ORDER(JumpNotLt, <, LessThan, false);
+  COMPARE_ORDER(JumpNotLe, <=, LessEqual, false);
   CODE_OF(CompareKK) {
     const VmInstruction word =
         closure->proto->code[static_cast<std::size_t>(pc - 1 - closure->proto->ops.begin())];
@@ -511,23 +516,23 @@ watch:
     const bool holds = opCode(word) == OP_EQ   ? EqualValues(state, b, c)
                        : opCode(word) == OP_LT ? LessThan(state, b, c)
                                                : LessEqual(state, b, c);
-    JUMP_IF(holds == (opA(word) != 0))
+    JUMP_IF(holds == (opA(word) != 0));
   }
   CODE_OF(JumpIfTrue) {
     const VmValue value = *RB;
     const bool isTrue = !IsFalse(value);
     if (isTrue) *RA = value;
-    JUMP_IF(isTrue)
+    JUMP_IF(isTrue);
   }
   CODE_OF(JumpIfFalse) {
     const VmValue value = *RB;
     const bool isFalse = IsFalse(value);
     if (isFalse) *RA = value;
-    JUMP_IF(isFalse)
+    JUMP_IF(isFalse);
   }
 
   CODE_OF(Call) {
-    SAFE_POINT(pc)
+    SAFE_POINT(pc);
     VmValue* const function = RA;
     if (B != 0) {
       state.top = function + B;
@@ -559,7 +564,7 @@ watch:
     NEXT;
   }
   CODE_OF(TailCall) {
-    SAFE_POINT(pc)
+    SAFE_POINT(pc);
     VmValue* const function = RA;
     if (B != 0) {
       state.top = function + B;
@@ -662,12 +667,12 @@ return_values : {
     if (step > 0 ? index <= loop[1].number() : index >= loop[1].number()) {
       pc += JUMP;
       loop[0].SetNumber(index);
-      SAFE_POINT(pc + 1)
+      SAFE_POINT(pc + 1);
     }
     NEXT;
   }
   CODE_OF(ForEach) {
-    SAFE_POINT(pc)
+    SAFE_POINT(pc);
     const int results = B;
     VmValue* const function = RA + results + 2;
     for (int i = 0; i < 3; ++i) function[i] = RA[i];
@@ -680,7 +685,7 @@ return_values : {
     const VmValue* from = RA + results + 2;
     VmValue* const to = RA + 2;
     for (int i = 0; i < results; ++i) to[i] = from[i];
-    JUMP_IF(!to->IsNil())
+    JUMP_IF(!to->IsNil());
   }
   CODE_OF(ForPrepare) {
     VmValue* const loop = RA;
@@ -731,14 +736,14 @@ return_values : {
       }
     }
     RA[1] = object;
-    SLOW(GetField(state, object, key, RB, true))
+    SLOW(GetField(state, object, key, RB, true));
   }
   CODE_OF(SelfOther) {
     const VmValue object = *RB;
     const VmValue key = *RK(C);
     if (!key.IsString()) return nullptr;
     RA[1] = object;
-    SLOW(GetField(state, object, key, RB, true))
+    SLOW(GetField(state, object, key, RB, true));
   }
   CODE_OF(Ignored) {
     NEXT;
