@@ -3,6 +3,7 @@
 // leave alone what the user has asked for.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -53,6 +54,13 @@ struct qmCLArgs {
   std::string privatePath1;
   std::string privatePath2;
   std::string privatePath3;
+  /// Where debug output goes; empty is the console.
+  std::string debugDevice;
+  /// Pictures of 16, 24, 32, 48, 128, 256 and 512 pixels for the icon of a compiled program.
+  std::array<std::string, 7> icons;
+  /// Names of the files and fonts that a compiled program would hold.
+  std::vector<std::string> filesToLink;
+  std::vector<std::string> fontsToLink;
 };
 
 /// A fill of a background picture or a display.
