@@ -52,17 +52,27 @@ bool WriteFile(Host& host, const std::string& name, std::span<const std::uint8_t
   return file && file->WriteBytes(bytes) == bytes.size() && file->Flush();
 }
 
+/// Puts the file `draft` in the place of `name`; on failure both stay.
+bool ReplaceFile(Host& host, const std::string& draft, const std::string& name) {
+  PlatformFiles& files = host.Of<Platform>().files();
+  const std::string old = FreeNameBeside(host, name);
+  if (!files.Rename(name, old)) return false;
+  if (files.Rename(draft, name)) {
+    files.Delete(old);
+    return true;
+  }
+  files.Rename(old, name);
+  return false;
+}
+
 /// Writes the icon beside the old one and then puts it in its place, so that a failure leaves the
 /// old one.
-Status WriteIcon(Host& host, const std::string& name, const IconFile& icon) {
-  const std::vector<std::uint8_t> bytes = BuildIcon(icon);
+Status WriteIcon(Host& host, const std::string& iconName, const IconFile& icon) {
+  const std::string name = NormaliseName(iconName);
   const std::string draft = FreeNameBeside(host, name);
-  PlatformFiles& files = host.Of<Platform>().files();
-  if (WriteFile(host, draft, bytes) && files.Rename(NormaliseName(draft), NormaliseName(name))) {
-    return {};
-  }
-  files.Delete(NormaliseName(draft));
-  return host.errors.Fail(Error::CannotWriteFile, name);
+  if (WriteFile(host, draft, BuildIcon(icon)) && ReplaceFile(host, draft, name)) return {};
+  host.Of<Platform>().files().Delete(draft);
+  return host.errors.Fail(Error::CannotWriteFile, iconName);
 }
 
 void PushToolTypes(VmState& state, const IconFile& icon) {
