@@ -76,6 +76,7 @@ struct qmBGPic : RegistryRecord {
   /// In a private record: the object type, the frame and the object that are selected.
   ObjectType selectType = ObjectType::NOOBJECT;
   std::int32_t selectFrame = 0;
+  std::int32_t selectMode = SELMODE_NORMAL;
   ObjectId selectId;
   qmLayer* selectLayer = nullptr;
   /// Something was drawn into the selected object.
@@ -87,10 +88,55 @@ struct qmBGPic : RegistryRecord {
   Fill fill;
   std::int32_t imageType = IMAGETYPE_RASTER;
   std::int32_t brushExtra = 0;
+  /// The serial number of the display that made the picture for itself, else 0.
+  std::uint64_t ownerSerial = 0;
 
   [[nodiscard]] bool IsShaped() const { return base.mask || base.alpha; }
 };
 
 using qmOutput = qmBGPic;
+
+/// Finds a background picture under the rules of `flags` (bits of FindFlags) and makes its planes
+/// when they are pending. Errors: `BGPicNotFound`, `ObjectNotFound`, `ObjectLocked`, `OutOfMemory`.
+[[nodiscard]] Result<qmBGPic*> FindBGPic(SceneState& scene, const ObjectId& id, unsigned flags = 0);
+
+/// An independent copy of the picture, without layers, sprites and buttons.
+[[nodiscard]] Result<std::unique_ptr<qmBGPic>> CloneBGPic(const qmBGPic& bgpic);
+
+/// Makes a record all of whose planes are `planes`.
+[[nodiscard]] std::unique_ptr<qmBGPic> MakeBGPic(Planes planes);
+
+/// Makes a record that is rebuilt from its fill at any size, `width` by `height` at first.
+[[nodiscard]] Result<std::unique_ptr<qmBGPic>> MakeFilledBGPic(SceneState& scene, Fill fill,
+                                                               std::int32_t width,
+                                                               std::int32_t height);
+
+/// Enters a record; a picture that bears the number already is freed first. The identifier comes
+/// back with its handle filled in.
+Result<ObjectId> AddBGPic(SceneState& scene, const ObjectId& id, std::unique_ptr<qmBGPic> bgpic);
+
+/// Frees a picture with all that lies on it, or hides it while something shows it. Errors:
+/// `BGPicIsOutput`, `ObjectLocked`, and with `mustExist` those of the lookup.
+Status FreeBGPicObject(SceneState& scene, const ObjectId& id, bool mustExist);
+
+/// Makes the planes of a picture that was read while the program starts.
+Status MakeBGPicPlanes(SceneState& scene, qmBGPic& bgpic);
+
+/// The planes at another size, from the base planes or the fill.
+[[nodiscard]] Result<Planes> BGPicPlanesAt(SceneState& scene, const qmBGPic& bgpic,
+                                           std::int32_t width, std::int32_t height, bool smooth);
+
+/// Gives the script another size of the picture; what is shown follows.
+Status ScaleBGPicTo(SceneState& scene, qmBGPic& bgpic, std::int32_t width, std::int32_t height,
+                    bool smooth);
+
+/// Shows the picture at the size that the script sees.
+void ShowUnscaled(qmBGPic& bgpic);
+
+/// Makes the scaled and shown planes anew after the base planes were drawn into.
+Status DeriveBGPicPlanes(SceneState& scene, qmBGPic& bgpic);
+
+/// Frees hidden objects of all kinds that nothing shows any more.
+void CollectHiddenObjects(SceneState& scene);
 
 }  // namespace quillmere

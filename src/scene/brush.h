@@ -44,4 +44,36 @@ struct qmBrush : RegistryRecord {
   std::int32_t brushExtra = 0;
 };
 
+struct SceneState;
+
+/// Finds a brush under the rules of `flags` (bits of FindFlags) and makes its planes when they are
+/// pending. Errors: `BrushNotFound`, `ObjectNotFound`, `ObjectLocked`, `BrushTypeUnsupported`,
+/// `OutOfMemory`.
+[[nodiscard]] Result<qmBrush*> FindBrush(SceneState& scene, const ObjectId& id, unsigned flags = 0);
+
+/// What every command that changes a brush begins with: the brush must not be the selected output,
+/// no vector brush and not locked; layers that show it are left a copy. Errors: `ActiveBrush` and
+/// those of `FindBrush`.
+[[nodiscard]] Result<qmBrush*> FindBrushToModify(SceneState& scene, const ObjectId& id);
+
+/// The first step of the guard alone: `ActiveBrush` when the brush is the selected output.
+[[nodiscard]] Status RequireNotSelectedBrush(const SceneState& scene, const ObjectId& id);
+
+/// An independent copy with planes of its own.
+[[nodiscard]] Result<std::unique_ptr<qmBrush>> CloneBrush(const qmBrush& brush);
+
+/// Makes a brush of planes and enters it; a brush that bears the number already is freed. The
+/// identifier comes back with its handle filled in.
+Result<ObjectId> AddBrush(SceneState& scene, const ObjectId& id, Planes planes,
+                          std::int32_t transparentColor);
+
+/// Enters a finished record in the same way.
+Result<ObjectId> AddBrush(SceneState& scene, const ObjectId& id, std::unique_ptr<qmBrush> brush);
+
+/// Makes the planes of a brush that was read while the program starts.
+Status MakeBrushPlanes(qmBrush& brush);
+
+/// Puts new planes in place of the old ones, with their size.
+void ReplaceBrushPlanes(qmBrush& brush, Planes planes);
+
 }  // namespace quillmere

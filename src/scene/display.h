@@ -30,6 +30,11 @@ enum class DisplayState : std::int32_t { Closed = 0, Open = 1, Minimized = 2 };
 
 inline constexpr std::int32_t DISPMODE_WINDOWED = 1;
 inline constexpr std::int32_t DISPMODE_FULLSCREEN = 2;
+/// Values of `ScreenSettings::displayMode`.
+inline constexpr std::int32_t displayModeWindow = 1;
+inline constexpr std::int32_t displayModeFullScreen = 2;
+inline constexpr std::int32_t displayModeOwnScreen = 5;
+inline constexpr std::int32_t displayModeFakeFullScreen = 6;
 inline constexpr std::int32_t SCALEMODE_NONE = 0;
 inline constexpr std::int32_t SCALEMODE_AUTO = 1;
 inline constexpr std::int32_t SCALEMODE_LAYER = 2;
@@ -104,6 +109,8 @@ struct ParkedState {
 };
 
 struct qmDisplay : ObjectRecord, DisplaySettings {
+  /// The number under which the platform knows the display's windows.
+  std::uint64_t serial = 0;
   bool layersEnabled = false;
   /// The planes that drawing goes to; all null while the output is the display itself.
   Planes out;
@@ -111,8 +118,8 @@ struct qmDisplay : ObjectRecord, DisplaySettings {
   ObjectType outputType = ObjectType::DISPLAY;
   /// The picture shown. Never null.
   qmBGPic* bgpic = nullptr;
-  /// The display made `bgpic` itself.
-  bool ownBGPic = false;
+  /// The picture that the display made itself, which is freed with it.
+  std::optional<ObjectId> ownBGPic;
   bool doubleBuffered = false;
   /// A selection has interrupted double buffering.
   bool doubleBufferSuspended = false;
@@ -233,6 +240,9 @@ struct ScriptPoint {
 /// Changes attributes of the current display by the table at `tableIndex`. With `keepWindow` the
 /// picture in the window stays as it is, for a transition that will paint it.
 Status SetDisplayAttributes(VmState& state, int tableIndex, bool keepWindow);
+
+/// What `EnableLayers` refuses: asynchronous drawing, double buffering, selections and sprites.
+[[nodiscard]] Status RequireLayersSwitchable(SceneState& scene);
 
 /// Switches between a window and a full screen of the given size.
 Status SwitchDisplayMode(VmState& state, std::int32_t mode, std::int32_t width,

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "base/error.h"
+#include "pixels/area.h"
+#include "pixels/matrix.h"
 #include "pixels/object_types.h"
 #include "pixels/planes.h"
 #include "scene/layer.h"
@@ -48,8 +50,9 @@ struct DisplayRequest {
   std::int32_t sourceY = 0;
   std::int32_t x = 0;
   std::int32_t y = 0;
-  /// For `BGPICPART`: the target is the source position.
-  bool targetIsSource = false;
+  /// The target is the source position.
+  bool takeSourceX = false;
+  bool takeSourceY = false;
   /// Read for parts; a whole object has its own size.
   std::int32_t width = 0;
   std::int32_t height = 0;
@@ -66,23 +69,20 @@ struct DisplayRequest {
 /// `SpecifiedCoordinatesOutRange`, and those of the tags.
 Status DisplayObject(VmState& state, DisplayRequest request);
 
-/// A picture after a matrix, with its place.
+/// A picture after a matrix.
 struct TransformedPicture {
   Planes planes;
   std::int32_t width = 0;
   std::int32_t height = 0;
-  /// Where its corner stands.
-  std::int32_t x = 0;
-  std::int32_t y = 0;
 };
 
-/// A picture of `width` by `height` that stands at `x`, `y` and is turned and scaled by the matrix
-/// around its anchor. A pure scale keeps the kinds of planes; any other matrix gives a mask or an
-/// alpha map for the corners.
+/// A rectangle of a picture after a matrix. A pure scale keeps the kinds of planes; any other
+/// matrix gives a mask or an alpha map for the corners. Where the factors are those of the current
+/// display's layer scaling, a picture as large as the background picture fills the window exactly.
+/// Error: `OutOfMemory`.
 [[nodiscard]] Result<TransformedPicture> TransformedCopy(SceneState& scene, const Planes& planes,
-                                                         std::int32_t width, std::int32_t height,
-                                                         const qmTransform& transform,
-                                                         std::int32_t x, std::int32_t y);
+                                                         const Area& source, const Matrix& matrix,
+                                                         bool smooth);
 
 /// What the layer stack is asked for by the display path; the parameters of `AddLayer`.
 struct NewLayer {

@@ -21,6 +21,7 @@
 #include "scene/display.h"
 #include "scene/display_object.h"
 #include "scene/output.h"
+#include "scene/picture_loader.h"
 #include "scene/redraw.h"
 #include "vm/object_list.h"
 
@@ -157,8 +158,12 @@ struct SceneState {
   Registry<qmBrush> brushes;
   Registry<qmBGPic> bgpics;
 
+  /// Pictures that loads with the key `cache` have kept.
+  std::vector<CachedPicture> pictureCache;
+
   /// In creation order; the backdrop stands first. Changed under `displayLock`.
   ObjectList<qmDisplay> displays;
+  std::uint64_t nextDisplaySerial = 1;
   mutable std::recursive_mutex displayLock;
   /// Never null once the displays have been opened.
   qmDisplay* currentDisplay = nullptr;
@@ -174,6 +179,8 @@ struct SceneState {
   std::string privatePath;
 
   FramePacing pacing;
+  /// The table of the graphics library, which gathers commands of several rooms.
+  std::vector<VmCommandEntry> graphicsCommands;
   /// Rectangles noted by a command that touches several layers.
   std::vector<DirtyRect> batchRects;
   /// The scaled picture of the last window update, kept for the next.

@@ -12,7 +12,7 @@ namespace {
 
 int CurrentInstruction(const VmFrame& frame) {
   const VmProto& proto = *FunctionOf(frame)->proto;
-  return static_cast<int>(frame.savedPc - proto.ops.items) - 1;
+  return static_cast<int>(frame.savedPc - proto.code.items) - 1;
 }
 
 /// The name of a local variable that is alive in a register at an instruction, or null.
@@ -230,26 +230,26 @@ void TraceCall(VmState& state) {
   if (count > 0) vmHost(state).debug.Write(" with arguments ");
   for (int i = 0; i < count; ++i) {
     const VmValue& value = state.base[i];
-    switch (value.Type()) {
-      case VmType::Number:
-        print("#%d=(NUMBER)%g ", i + 1, value.number());
+    switch (value.tag) {
+      case Tag::Number:
+        print("#%d=(NUMBER)%g ", i + 1, value.number);
         break;
-      case VmType::Nil:
+      case Tag::Nil:
         print("#%d=(NIL) ", i + 1);
         break;
-      case VmType::String:
+      case Tag::String:
         print("#%d=(STRING)\"", i + 1);
         vmHost(state).debug.Write(value.string()->View());
         vmHost(state).debug.Write("\" ");
         break;
-      case VmType::Table:
-        print("#%d=(TABLE)%p ", i + 1, value.pointer());
+      case Tag::Table:
+        print("#%d=(TABLE)%p ", i + 1, value.pointer);
         break;
-      case VmType::Function:
-        print("#%d=(FUNCPTR)%p ", i + 1, value.pointer());
+      case Tag::Function:
+        print("#%d=(FUNCPTR)%p ", i + 1, value.pointer);
         break;
       default:
-        print("#%d=(INTERNAL)%d ", i + 1, static_cast<int>(value.Type()));
+        print("#%d=(INTERNAL)%d ", i + 1, static_cast<int>(value.tag));
         break;
     }
   }

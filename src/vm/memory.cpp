@@ -1,3 +1,5 @@
+#include <cstdlib>
+
 #include "vm/state.h"
 
 namespace quillmere {
@@ -5,13 +7,12 @@ namespace quillmere {
 void* vmRealloc(VmState& state, void* block, std::size_t oldSize, std::size_t newSize) {
   VmGlobals& globals = *state.globals;
   if (newSize == 0) {
-    globals.heap.Free(block, oldSize);
+    std::free(block);
     globals.bytesInUse -= oldSize;
     return nullptr;
   }
   if (newSize >= vmMaxBlock) vmThrow(state, Error::OutOfMemory);
-  void* moved = block == nullptr ? globals.heap.Allocate(newSize)
-                                 : globals.heap.Resize(block, oldSize, newSize);
+  void* moved = std::realloc(block, newSize);
   if (moved == nullptr) vmThrow(state, Error::OutOfMemory);
   globals.bytesInUse += newSize - oldSize;
   return moved;

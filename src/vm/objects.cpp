@@ -7,47 +7,59 @@ namespace quillmere {
 namespace {
 
 template <class T>
+T* Link(VmState& state, T* object, Tag kind) {
+  object->kind = kind;
+  object->next = state.globals->allObjects;
+  state.globals->allObjects = object;
+  return object;
+}
+
+std::size_t ClosureSize(bool isNative, std::size_t upvalueCount) {
+  return sizeof(VmClosure) + upvalueCount * (isNative ? sizeof(VmValue) : sizeof(VmUpvalue*));
+}
+
+template <class T>
 void FreeArray(VmState& state, VmArray<T>& array) {
   FreeBlock(state, array.items, array.count);
 }
 
 void FreeProto(VmState& state, VmProto* proto) {
   FreeArray(state, proto->constants);
-  FreeArray(state, proto->ops);
   FreeArray(state, proto->code);
   FreeArray(state, proto->protos);
   FreeArray(state, proto->lineInfo);
   FreeArray(state, proto->locals);
   FreeArray(state, proto->upvalueNames);
+  FreeBlock(state, proto, 1);
 }
 
 }  // namespace
 
 VmClosure* NewScriptClosure(VmState& state, VmProto* proto, VmTable* environment) {
-  auto* closure = ::new (NewCell(state, VmClosure::SizeOf(proto->upvalueCount))) VmClosure;
-  closure->kind = VmKind::Function;
+  const std::size_t size = ClosureSize(false, proto->upvalueCount);
+  auto* closure = ::new (vmRealloc(state, nullptr, 0, size)) VmClosure;
   closure->upvalueCount = proto->upvalueCount;
   closure->environment = environment;
   closure->proto = proto;
   for (int i = 0; i < proto->upvalueCount; ++i) closure->Upvalues()[i] = nullptr;
-  return closure;
+  return Link(state, closure, Tag::Function);
 }
 
 VmClosure* NewNativeClosure(VmState& state, VmNative entry, int upvalueCount) {
-  auto* closure = ::new (NewCell(state, VmClosure::SizeOf(upvalueCount))) VmClosure;
-  closure->kind = VmKind::Function;
+  const std::size_t size = ClosureSize(true, static_cast<std::size_t>(upvalueCount));
+  auto* closure = ::new (vmRealloc(state, nullptr, 0, size)) VmClosure;
   closure->isNative = true;
   closure->upvalueCount = static_cast<std::uint8_t>(upvalueCount);
   closure->environment = state.globalTable;
   closure->entry = entry;
   for (int i = 0; i < upvalueCount; ++i) closure->NativeUpvalues()[i] = VmValue();
-  return closure;
+  return Link(state, closure, Tag::Function);
 }
 
 VmUserdata* NewUserdata(VmState& state, std::size_t size) {
   if (size >= vmMaxBlock - sizeof(VmUserdata)) vmThrow(state, Error::OutOfMemory);
   auto* userdata = ::new (vmRealloc(state, nullptr, 0, sizeof(VmUserdata) + size)) VmUserdata;
-  userdata->kind = VmKind::Userdata;
+  userdata->kind = Tag::Userdata;
   userdata->metatable = state.globals->defaultMeta;
   userdata->size = size;
   userdata->next = state.globals->allUserdata;
@@ -56,16 +68,7 @@ VmUserdata* NewUserdata(VmState& state, std::size_t size) {
 }
 
 VmProto* NewProto(VmState& state) {
-  auto* proto = ::new (NewCell(state, sizeof(VmProto))) VmProto;
-  proto->kind = VmKind::Proto;
-  return proto;
-}
-
-VmUpvalue* NewUpvalue(VmState& state) {
-  auto* upvalue = ::new (NewCell(state, sizeof(VmUpvalue))) VmUpvalue;
-  upvalue->kind = VmKind::Upvalue;
-  upvalue->location = &upvalue->closedValue;
-  return upvalue;
+  return Link(state, ::new (NewBlock<VmProto>(state, 1)) VmProto, Tag::Proto);
 }
 
 VmUpvalue* FindUpvalue(VmState& state, VmValue* level) {
@@ -74,11 +77,11 @@ VmUpvalue* FindUpvalue(VmState& state, VmValue* level) {
     if ((*place)->location == level) return *place;
     place = &(*place)->nextOpen;
   }
-  VmUpvalue* upvalue = NewUpvalue(state);
+  auto* upvalue = ::new (NewBlock<VmUpvalue>(state, 1)) VmUpvalue;
   upvalue->location = level;
   upvalue->nextOpen = *place;
   *place = upvalue;
-  return upvalue;
+  return Link(state, upvalue, Tag::Upvalue);
 }
 
 void CloseUpvalues(VmState& state, const VmValue* level) {
@@ -87,32 +90,37 @@ void CloseUpvalues(VmState& state, const VmValue* level) {
     state.openUpvalues = upvalue->nextOpen;
     upvalue->closedValue = *upvalue->location;
     upvalue->location = &upvalue->closedValue;
+    upvalue->nextOpen = nullptr;
   }
 }
 
-void FreeString(VmState& state, VmString* string) {
-  vmRealloc(state, string, VmString::SizeOf(string->length), 0);
-}
-
-void FreeUserdata(VmState& state, VmUserdata* userdata) {
-  vmRealloc(state, userdata, sizeof(VmUserdata) + userdata->size, 0);
-}
-
-void ReleaseObject(VmState& state, VmObject& object) {
-  switch (object.kind) {
-    case VmKind::Table:
-      FreeTable(state, static_cast<VmTable&>(object));
-      state.globals->bytesInUse -= sizeof(VmTable);
+void FreeObject(VmState& state, VmObject* object) {
+  switch (object->kind) {
+    case Tag::String: {
+      auto* string = static_cast<VmString*>(object);
+      vmRealloc(state, string, sizeof(VmString) + string->length + 1, 0);
       break;
-    case VmKind::Function:
-      state.globals->bytesInUse -= VmClosure::SizeOf(static_cast<VmClosure&>(object).upvalueCount);
+    }
+    case Tag::Table:
+      FreeTable(state, static_cast<VmTable*>(object));
       break;
-    case VmKind::Proto:
-      FreeProto(state, static_cast<VmProto*>(&object));
-      state.globals->bytesInUse -= sizeof(VmProto);
+    case Tag::Function: {
+      auto* closure = static_cast<VmClosure*>(object);
+      vmRealloc(state, closure, ClosureSize(closure->isNative, closure->upvalueCount), 0);
+      break;
+    }
+    case Tag::Userdata: {
+      auto* userdata = static_cast<VmUserdata*>(object);
+      vmRealloc(state, userdata, sizeof(VmUserdata) + userdata->size, 0);
+      break;
+    }
+    case Tag::Proto:
+      FreeProto(state, static_cast<VmProto*>(object));
+      break;
+    case Tag::Upvalue:
+      FreeBlock(state, static_cast<VmUpvalue*>(object), 1);
       break;
     default:
-      state.globals->bytesInUse -= sizeof(VmUpvalue);
       break;
   }
 }
