@@ -6,12 +6,15 @@
 #include <bit>
 #include <cstring>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "base/byte_order.h"
 #include "codecs/picture_formats.h"
 #include "codecs/size_limits.h"
 #include "codecs/storage.h"
+#include "codecs/xpm_text.h"
 
 namespace quillmere {
 namespace {
@@ -120,15 +123,9 @@ bool IsXpm(FileBytes bytes) {
   return StartsWith(bytes, "/* XPM */");
 }
 
-bool XpmFits(FileBytes bytes) {
-  const auto quote = std::ranges::find(bytes, '"');
-  TextNumbers numbers(FileBytes(quote, bytes.end()));
-  const std::uint64_t width = numbers.Next();
-  const std::uint64_t height = numbers.Next();
-  const std::uint64_t colors = numbers.Next();
-  const std::uint64_t charactersPerPixel = numbers.Next();
-  return colors <= bytes.size() && charactersPerPixel >= 1 && charactersPerPixel <= 8 &&
-         HoldsRaw(width, height, 8 * charactersPerPixel, bytes.size());
+/// The size is checked where the text is read.
+bool XpmFits(FileBytes) {
+  return true;
 }
 
 bool IsPnm(FileBytes bytes) {
@@ -173,22 +170,33 @@ bool TgaFits(FileBytes bytes) {
               : HoldsRaw(width, height, bytes[16], bytes.size());
 }
 
+int BmpDepth(FileBytes bytes) {
+  const bool isOld = LoadLittle<std::uint32_t>(&bytes[14]) == 12;
+  return std::clamp<int>(LoadLittle<std::uint16_t>(&bytes[isOld ? 24 : 28]), 1, 8);
+}
+
 struct SdlFormat {
-  /// The name that SDL2_image has for it.
-  const char* type;
   bool (*recognise)(FileBytes bytes);
   /// Whether the picture that the header promises can be in the file.
   bool (*fits)(FileBytes bytes);
+  SDL_Surface* (*load)(SDL_RWops* stream);
   /// The decoder makes an alpha channel up where there is none, so one that is opaque all over does
   /// not count.
   bool inventsAlpha;
+  /// The decoder reads to the end of the file, wherever the picture ends.
+  bool readsOn;
+  /// The bits of a pixel, for formats whose decoder does not tell; null for others.
+  int (*depth)(FileBytes bytes);
 };
 
 constexpr SdlFormat sdlFormats[] = {
-    {"BMP", IsBmp, BmpFits, true},  {"WEBP", IsWebp, WebpFits, false},
-    {"XPM", IsXpm, XpmFits, false}, {"PNM", IsPnm, PnmFits, false},
-    {"QOI", IsQoi, QoiFits, false}, {"PCX", IsPcx, PcxFits, false},
-    {"TGA", IsTga, TgaFits, true},
+    {IsBmp, BmpFits, IMG_LoadBMP_RW, true, true, BmpDepth},
+    {IsWebp, WebpFits, IMG_LoadWEBP_RW, false, true, nullptr},
+    {IsXpm, XpmFits, IMG_LoadXPM_RW, false, true, nullptr},
+    {IsPnm, PnmFits, IMG_LoadPNM_RW, false, false, nullptr},
+    {IsQoi, QoiFits, IMG_LoadQOI_RW, false, false, nullptr},
+    {IsPcx, PcxFits, IMG_LoadPCX_RW, false, false, nullptr},
+    {IsTga, TgaFits, IMG_LoadTGA_RW, true, false, nullptr},
 };
 
 const SdlFormat* FindFormat(FileBytes bytes) {
@@ -197,12 +205,68 @@ const SdlFormat* FindFormat(FileBytes bytes) {
   return format == std::end(sdlFormats) ? nullptr : format;
 }
 
+/// What a decoder reads from. SDL2_image's decoders make up what is missing from a file that was
+/// cut, so the source notes whether they asked for more than there was.
+struct SdlSource {
+  FileBytes bytes;
+  std::size_t at = 0;
+  bool ranDry = false;
+};
+
+SdlSource& SourceOf(SDL_RWops* stream) {
+  return *static_cast<SdlSource*>(stream->hidden.unknown.data1);
+}
+
+Sint64 SizeOfSource(SDL_RWops* stream) {
+  return static_cast<Sint64>(SourceOf(stream).bytes.size());
+}
+
+Sint64 SeekSource(SDL_RWops* stream, Sint64 offset, int whence) {
+  SdlSource& source = SourceOf(stream);
+  const auto size = static_cast<Sint64>(source.bytes.size());
+  if (whence == RW_SEEK_CUR) offset += static_cast<Sint64>(source.at);
+  if (whence == RW_SEEK_END) offset += size;
+  source.at = static_cast<std::size_t>(std::clamp<Sint64>(offset, 0, size));
+  return static_cast<Sint64>(source.at);
+}
+
+std::size_t ReadSource(SDL_RWops* stream, void* target, std::size_t size, std::size_t count) {
+  SdlSource& source = SourceOf(stream);
+  const std::size_t left = source.bytes.size() - source.at;
+  if (size == 0 || count == 0) return 0;
+  const std::size_t taken = std::min(count, left / size);
+  if (taken < count) source.ranDry = true;
+  if (taken > 0) std::memcpy(target, source.bytes.data() + source.at, taken * size);
+  source.at += taken * size;
+  return taken;
+}
+
+std::size_t WriteNothing(SDL_RWops*, const void*, std::size_t, std::size_t) {
+  return 0;
+}
+
+int CloseNothing(SDL_RWops*) {
+  return 0;
+}
+
+struct StreamFree {
+  void operator()(SDL_RWops* stream) const { SDL_FreeRW(stream); }
+};
+
 Result<SurfacePtr> LoadSurface(FileBytes bytes, const SdlFormat& format) {
   if (bytes.size() > INT32_MAX || !format.fits(bytes)) return Fail(Error::UnknownImageFormat);
-  SDL_RWops* source = SDL_RWFromConstMem(bytes.data(), static_cast<int>(bytes.size()));
-  if (source == nullptr) return Fail(Error::OutOfMemory);
-  SurfacePtr surface(IMG_LoadTyped_RW(source, 1, format.type));
-  if (!surface) return Fail(Error::UnknownImageFormat);
+  const std::unique_ptr<SDL_RWops, StreamFree> stream(SDL_AllocRW());
+  if (!stream) return Fail(Error::OutOfMemory);
+  SdlSource source{bytes};
+  stream->type = SDL_RWOPS_UNKNOWN;
+  stream->hidden.unknown.data1 = &source;
+  stream->size = SizeOfSource;
+  stream->seek = SeekSource;
+  stream->read = ReadSource;
+  stream->write = WriteNothing;
+  stream->close = CloseNothing;
+  SurfacePtr surface(format.load(stream.get()));
+  if (!surface || (source.ranDry && !format.readsOn)) return Fail(Error::UnknownImageFormat);
   return surface;
 }
 
@@ -236,7 +300,8 @@ void TakeWords(const SDL_Surface& surface, PictureObject& object) {
   }
 }
 
-Result<PictureObject> ObjectOfSurface(SurfacePtr surface, const SdlFormat& format) {
+Result<PictureObject> ObjectOfSurface(SurfacePtr surface, const SdlFormat& format,
+                                      FileBytes bytes) {
   PictureObject object;
   object.width = surface->w;
   object.height = surface->h;
@@ -246,6 +311,7 @@ Result<PictureObject> ObjectOfSurface(SurfacePtr surface, const SdlFormat& forma
     object.pens =
         TRY(MakeArray<std::uint8_t>(static_cast<int>(PenStride(object.width)), object.height));
     TakePens(*surface, object);
+    if (format.depth != nullptr) object.depth = format.depth(bytes);
     if (hasKey) object.transparentPen = static_cast<std::uint8_t>(key);
     return object;
   }
@@ -271,7 +337,13 @@ bool IsSdlPicture(FileBytes bytes) {
 Result<PictureObject> DecodeSdlPicture(FileBytes bytes, DecodeScope) {
   const SdlFormat* format = FindFormat(bytes);
   if (format == nullptr) return Fail(Error::UnknownImageFormat);
-  return ObjectOfSurface(TRY(LoadSurface(bytes, *format)), *format);
+  std::optional<std::string> text;
+  if (format->recognise == IsXpm) {
+    text = NormaliseXpm(bytes);
+    if (!text) return Fail(Error::UnknownImageFormat);
+    bytes = {reinterpret_cast<const std::uint8_t*>(text->data()), text->size()};
+  }
+  return ObjectOfSurface(TRY(LoadSurface(bytes, *format)), *format, bytes);
 }
 
 }  // namespace quillmere

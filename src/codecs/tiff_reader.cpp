@@ -52,6 +52,16 @@ toff_t SizeOfSource(thandle_t handle) {
   return SourceOf(handle).bytes.size();
 }
 
+/// libtiff reads from the bytes where they stand.
+int MapSource(thandle_t handle, void** base, toff_t* size) {
+  const FileBytes bytes = SourceOf(handle).bytes;
+  *base = const_cast<std::uint8_t*>(bytes.data());
+  *size = bytes.size();
+  return 1;
+}
+
+void UnmapNothing(thandle_t, void*, toff_t) {}
+
 int KeepQuiet(TIFF*, void*, const char*, const char*, va_list) {
   return 1;
 }
@@ -66,9 +76,8 @@ TiffPtr OpenTiff(TiffSource& source) {
   if (options == nullptr) return nullptr;
   TIFFOpenOptionsSetErrorHandlerExtR(options, KeepQuiet, nullptr);
   TIFFOpenOptionsSetWarningHandlerExtR(options, KeepQuiet, nullptr);
-  // Reading only, the header once, no mapping of memory.
-  TiffPtr tiff(TIFFClientOpenExt("", "rm", &source, ReadSource, WriteNothing, SeekSource,
-                                 CloseNothing, SizeOfSource, nullptr, nullptr, options));
+  TiffPtr tiff(TIFFClientOpenExt("", "r", &source, ReadSource, WriteNothing, SeekSource,
+                                 CloseNothing, SizeOfSource, MapSource, UnmapNothing, options));
   TIFFOpenOptionsFree(options);
   return tiff;
 }
