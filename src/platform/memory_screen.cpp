@@ -150,12 +150,12 @@ void MemoryWindow::Restore() {
 
 void MemoryWindow::SetPointer(const PlatformPointer* newPointer) {
   pointer = newPointer;
-  if (screen_.hooks().pointerChanged) screen_.hooks().pointerChanged();
+  if (screen_.hooks().pointerChanged) screen_.hooks().pointerChanged(*this);
 }
 
 void MemoryWindow::ShowPointer(bool show) {
   pointerShown = show;
-  if (screen_.hooks().pointerChanged) screen_.hooks().pointerChanged();
+  if (screen_.hooks().pointerChanged) screen_.hooks().pointerChanged(*this);
 }
 
 void MemoryWindow::MovePointer(int x, int y) {

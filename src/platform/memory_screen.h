@@ -87,8 +87,8 @@ class MemoryScreen {
     std::function<void(MemoryWindow&)> closing;
     /// A rectangle of the screen looks different now.
     std::function<void(const Rectangle&)> changed;
-    /// The pointer is another one, or is shown or hidden.
-    std::function<void()> pointerChanged;
+    /// The window's pointer is another one, or is shown or hidden.
+    std::function<void(MemoryWindow&)> pointerChanged;
     /// The program has moved the pointer.
     std::function<void()> pointerMoved;
   };

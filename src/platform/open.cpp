@@ -6,6 +6,7 @@
 
 #include "platform/headless/headless_platform.h"
 #include "platform/platform.h"
+#include "platform/sdl/sdl_platform.h"
 #include "platform/settings.h"
 
 namespace quillmere {
@@ -34,6 +35,7 @@ InputScript ReadInputScript(const std::string& fileName) {
 Result<std::unique_ptr<Platform>> PlatformOpen(Host& host) {
   const auto settings = ReadPlatformSettings([](const char* name) { return std::getenv(name); });
   if (!settings) EndWith(settings.error());
+  if (!settings->headless) return OpenSdlPlatform(host);
   HeadlessSettings headless;
   headless.screenWidth = settings->screenWidth;
   headless.screenHeight = settings->screenHeight;

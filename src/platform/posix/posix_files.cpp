@@ -257,7 +257,10 @@ std::optional<int> PosixFiles::Execute(std::string_view command, std::string_vie
   const auto process = StartProcess(
       {"/bin/sh", "-c", "exec \"$0\" " + std::string(arguments), *program}, Stream::Nothing);
   if (!process) return std::nullopt;
-  if (wait) return WaitForEnd(process->id);
+  if (wait) {
+    if (beforeWait_) beforeWait_();
+    return WaitForEnd(process->id);
+  }
   running_.push_back(process->id);
   return 0;
 }

@@ -1,6 +1,7 @@
 // The files of the system.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,6 +35,8 @@ class PosixFiles final : public PlatformFiles {
   std::optional<int> Execute(std::string_view command, std::string_view arguments,
                              bool wait) override;
   std::int64_t AvailMem(int kind) override;
+  /// Called before the main task stands still for another program.
+  void SetBeforeWait(std::function<void()> beforeWait) { beforeWait_ = std::move(beforeWait); }
 
  private:
   std::string programPath_;
@@ -41,6 +44,7 @@ class PosixFiles final : public PlatformFiles {
   Volumes volumes_;
   /// Programs that nobody waits for; they are collected when they have ended.
   std::vector<int> running_;
+  std::function<void()> beforeWait_;
 };
 
 /// Where font files lie and where catalogs are looked for: the directory of the executable.

@@ -2,11 +2,14 @@
 
 namespace quillmere {
 
+void SignalBox::SetNotify(std::function<void()> notify) {
+  const std::lock_guard lock(mutex_);
+  notify_ = std::move(notify);
+}
+
 void SignalBox::Raise(Wake reason) {
-  {
-    const std::lock_guard lock(mutex_);
-    pending_.fetch_or(static_cast<unsigned>(reason), std::memory_order_acq_rel);
-  }
+  const std::lock_guard lock(mutex_);
+  pending_.fetch_or(static_cast<unsigned>(reason), std::memory_order_acq_rel);
   raised_.notify_all();
   if (notify_) notify_();
 }

@@ -17,7 +17,7 @@ namespace quillmere {
 class SignalBox {
  public:
   /// Called on the raising task after each `Raise`, so that a wait of another kind ends too.
-  void SetNotify(std::function<void()> notify) { notify_ = std::move(notify); }
+  void SetNotify(std::function<void()> notify);
 
   void Raise(Wake reason);
   /// Takes the reasons that are there out of `wanted`.
