@@ -27,8 +27,8 @@ VmValue ValueAt(VmState& state, int index) {
     const VmValue* place = At(state, index);
     return place != nullptr ? *place : VmValue();
   }
-  if (index == vmRegistryIndex) return VmValue(Tag::Table, state.globals->registry);
-  if (index == vmGlobalsIndex) return VmValue(Tag::Table, state.globalTable);
+  if (index == vmRegistryIndex) return VmValue::Table(state.globals->registry);
+  if (index == vmGlobalsIndex) return VmValue::Table(state.globalTable);
   VmClosure* running = FunctionOf(*state.ci);
   const int upvalue = vmGlobalsIndex - index;
   return upvalue <= running->upvalueCount ? running->NativeUpvalues()[upvalue - 1] : VmValue();
@@ -98,21 +98,15 @@ void vmPushNil(VmState& state) {
 }
 
 void vmPushBoolean(VmState& state, bool value) {
-  VmValue boolean;
-  boolean.tag = Tag::Boolean;
-  boolean.boolean = value ? 1 : 0;
-  Push(state, boolean);
+  Push(state, VmValue::Boolean(value));
 }
 
 void vmPushNumber(VmState& state, double value) {
-  Push(state, VmValue(value));
+  Push(state, VmValue::ForeignNumber(value));
 }
 
 void vmPushLight(VmState& state, void* pointer) {
-  VmValue light;
-  light.tag = Tag::Light;
-  light.pointer = pointer;
-  Push(state, light);
+  Push(state, VmValue::Light(pointer));
 }
 
 void vmPushString(VmState& state, const char* text) {
@@ -126,7 +120,7 @@ void vmPushBytes(VmState& state, std::string_view bytes) {
 }
 
 void vmPushStringFast(VmState& state, std::string_view text) {
-  Push(state, VmValue(Tag::String, NewString(state, text)));
+  Push(state, VmValue::String(NewString(state, text)));
 }
 
 void vmPushClosure(VmState& state, VmNative function, int upvalueCount) {
@@ -134,7 +128,7 @@ void vmPushClosure(VmState& state, VmNative function, int upvalueCount) {
   VmClosure* closure = NewNativeClosure(state, function, upvalueCount);
   state.top -= upvalueCount;
   std::copy_n(state.top, upvalueCount, closure->NativeUpvalues());
-  Push(state, VmValue(Tag::Function, closure));
+  Push(state, VmValue::Function(closure));
 }
 
 const char* vmPushFormat(VmState& state, const char* format, ...) {
@@ -183,13 +177,13 @@ void vmPushId(VmState& state, const ObjectId& id) {
 
 void vmNewTable(VmState& state) {
   vmCheckGC(state);
-  Push(state, VmValue(Tag::Table, NewTable(state, 0, 0)));
+  Push(state, VmValue::Table(NewTable(state, 0, 0)));
 }
 
 void* vmNewUserdata(VmState& state, std::size_t size) {
   vmCheckGC(state);
   VmUserdata* userdata = NewUserdata(state, size);
-  Push(state, VmValue(Tag::Userdata, userdata));
+  Push(state, VmValue::Userdata(userdata));
   return userdata->Block();
 }
 
@@ -234,7 +228,7 @@ bool vmSetMetaTable(VmState& state, int index) {
     object.table()->metatable = table;
     return true;
   }
-  if (object.tag != Tag::Userdata) return false;
+  if (!object.IsUserdata()) return false;
   object.userdata()->metatable = table;
   return true;
 }
@@ -243,9 +237,9 @@ bool vmGetMetaTable(VmState& state, int index) {
   const VmValue object = ValueAt(state, index);
   VmTable* metatable = nullptr;
   if (object.IsTable()) metatable = object.table()->metatable;
-  if (object.tag == Tag::Userdata) metatable = object.userdata()->metatable;
+  if (object.IsUserdata()) metatable = object.userdata()->metatable;
   if (metatable == nullptr || metatable == state.globals->defaultMeta) return false;
-  Push(state, VmValue(Tag::Table, metatable));
+  Push(state, VmValue::Table(metatable));
   return true;
 }
 
@@ -269,13 +263,14 @@ void vmConcat(VmState& state, int count) {
 
 VmType vmType(VmState& state, int index) {
   if (index > 0 && At(state, index) == nullptr) return VmType::None;
-  return static_cast<VmType>(ValueAt(state, index).tag);
+  return ValueAt(state, index).Type();
 }
 
 bool vmIsNumber(VmState& state, int index) {
   VmValue scratch;
-  const VmValue* place = At(state, index);
-  return place != nullptr && ToNumberValue(*place, scratch) != nullptr;
+  if (vmType(state, index) == VmType::None) return false;
+  const VmValue value = ValueAt(state, index);
+  return ToNumberValue(value, scratch) != nullptr;
 }
 
 bool vmIsString(VmState& state, int index) {
@@ -291,12 +286,12 @@ double vmToNumber(VmState& state, int index) {
   VmValue scratch;
   const VmValue value = ValueAt(state, index);
   const VmValue* number = ToNumberValue(value, scratch);
-  return number != nullptr ? number->number : 0.0;
+  return number != nullptr ? number->number() : 0.0;
 }
 
 bool vmToBoolean(VmState& state, int index) {
   const VmValue value = ValueAt(state, index);
-  if (value.tag == Tag::Boolean) return value.boolean != 0;
+  if (value.IsBoolean()) return value.boolean();
   return !value.IsNil();
 }
 
@@ -316,14 +311,14 @@ std::size_t vmStringLength(VmState& state, int index) {
 
 const void* vmToPointer(VmState& state, int index) {
   const VmValue value = ValueAt(state, index);
-  if (value.tag == Tag::Userdata) return value.userdata()->Block();
-  return value.tag == Tag::Light || value.IsCollectable() ? value.pointer : nullptr;
+  if (value.IsUserdata()) return value.userdata()->Block();
+  return value.IsLight() || value.IsCollectable() ? value.pointer() : nullptr;
 }
 
 void* vmToUserdata(VmState& state, int index) {
   const VmValue value = ValueAt(state, index);
-  if (value.tag == Tag::Userdata) return value.userdata()->Block();
-  return value.tag == Tag::Light ? value.pointer : nullptr;
+  if (value.IsUserdata()) return value.userdata()->Block();
+  return value.IsLight() ? value.pointer() : nullptr;
 }
 
 VmNative vmToNative(VmState& state, int index) {
@@ -412,7 +407,7 @@ std::span<const VmLibraryEntry> vmLibraries(VmState& state) {
 }
 
 void vmSetPendingJump(VmState& state, int instruction) {
-  state.globals->labelJumpOffset = instruction - state.globals->currentPc;
+  state.globals->pendingJump = instruction;
 }
 
 }  // namespace quillmere

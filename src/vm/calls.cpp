@@ -41,13 +41,14 @@ void ResizeFrames(VmState& state, int count) {
   std::copy(state.frames.get(), state.frames.get() + used + 1, frames.get());
   state.frames = std::move(frames);
   state.frameCount = count;
+  state.lastFrame = state.frames.get() + count - 1;
   state.ci = state.frames.get() + used;
 }
 
 namespace {
 
 VmFrame& EnterFrame(VmState& state) {
-  if (state.ci + 1 == state.FramesEnd()) {
+  if (state.ci == state.lastFrame) {
     if (state.frameCount > vmMaxFrames) vmThrow(state, Error::StackOverflow);
     ResizeFrames(state, 2 * state.frameCount);
     if (state.frameCount > vmMaxFrames) vmRaise(state, Error::StackOverflow);
@@ -81,14 +82,14 @@ void GatherVarArgs(VmState& state, const VmProto& proto, VmValue* base) {
   const int surplus = std::max(given - proto.paramCount, 0);
   EnsureStack(state, 2);
   VmTable* table = NewTable(state, 0, 0);
-  *state.top++ = VmValue(Tag::Table, table);
+  *state.top++ = VmValue::Table(table);
   for (int i = 0; i < surplus; ++i) {
     TableSetInt(state, *table, i) = RestoreStack(state, baseOffset)[proto.paramCount + i];
   }
-  *state.top++ = VmValue(Tag::String, NewString(state, "n"));
+  *state.top++ = VmValue::String(NewString(state, "n"));
   TableSet(state, *table, state.top[-1]) = VmValue(static_cast<double>(surplus));
   VmValue* const place = RestoreStack(state, baseOffset) + proto.paramCount;
-  *place = VmValue(Tag::Table, table);
+  *place = VmValue::Table(table);
   state.top = place + 1;
 }
 
@@ -104,7 +105,40 @@ int RunNative(VmState& state, VmNative entry) {
   }
 }
 
-PreCall CallNative(VmState& state, VmValue* function) {
+/// Drops the frames that a stop has left behind, down to the one that `caller` called; there are no
+/// results.
+VmValue* LeaveStopped(VmState& state, std::ptrdiff_t caller) {
+  state.ci = state.frames.get() + caller + 1;
+  state.base = state.ci->base;
+  CloseUpvalues(state, state.base);
+  return state.top = state.base;
+}
+
+}  // namespace
+
+bool vmPrepareCall(VmState& state, VmValue* function) {
+  if (!function->IsFunction()) [[unlikely]]
+    function = PlaceCallEvent(state, function);
+  VmClosure* closure = function->closure();
+  if (closure->isNative) return true;
+
+  const VmProto& proto = *closure->proto;
+  const std::ptrdiff_t offset = SaveStack(state, function);
+  if (proto.isVarArg) GatherVarArgs(state, proto, function + 1);
+  EnsureStack(state, proto.maxStack);
+  VmFrame& frame = EnterFrame(state);
+  VmValue* const base = RestoreStack(state, offset) + 1;
+  frame.base = state.base = base;
+  frame.top = base + proto.maxStack;
+  frame.savedPc = proto.ops.items;
+  for (VmValue* slot = state.top; slot < frame.top; ++slot) slot->SetNil();
+  state.top = frame.top;
+  if ((state.hookMask & vmMaskCall) != 0) [[unlikely]]
+    CallHook(state, VmHookEvent::Call, -1);
+  return false;
+}
+
+NativeResult vmCallNative(VmState& state, VmValue* function) {
   const std::ptrdiff_t offset = SaveStack(state, function);
   EnsureStack(state, vmMinStack);
   VmFrame& frame = EnterFrame(state);
@@ -117,42 +151,8 @@ PreCall CallNative(VmState& state, VmValue* function) {
   const VmNative entry = FunctionOf(*state.ci)->entry;
   if (entry != globals.lastErrorReader) globals.lastError = 0;
   const int result = RunNative(state, entry);
-  if (result >= 0 && result <= vmMaxResults) {
-    return {PreCallKind::Native, state.top - result, 0};
-  }
-  if (result == -1 || result == -2) return {PreCallKind::Jump, state.top, result};
-  return {PreCallKind::Native, state.top, result};
-}
-
-/// Drops the frames that a stop has left behind, down to the one that `caller` called; there are no
-/// results.
-VmValue* LeaveStopped(VmState& state, std::ptrdiff_t caller) {
-  state.ci = state.frames.get() + caller + 1;
-  state.base = state.ci->base;
-  CloseUpvalues(state, state.base);
-  return state.top = state.base;
-}
-
-}  // namespace
-
-PreCall vmPreCall(VmState& state, VmValue* function) {
-  if (!function->IsFunction()) [[unlikely]]
-    function = PlaceCallEvent(state, function);
-  VmClosure* closure = function->closure();
-  if (closure->isNative) return CallNative(state, function);
-
-  const VmProto& proto = *closure->proto;
-  const std::ptrdiff_t offset = SaveStack(state, function);
-  if (proto.isVarArg) GatherVarArgs(state, proto, function + 1);
-  EnsureStack(state, proto.maxStack);
-  VmFrame& frame = EnterFrame(state);
-  VmValue* const base = RestoreStack(state, offset) + 1;
-  frame.base = state.base = base;
-  frame.top = base + proto.maxStack;
-  frame.savedPc = proto.code.items;
-  for (VmValue* slot = state.top; slot < frame.top; ++slot) slot->SetNil();
-  state.top = frame.top;
-  return {};
+  if (result < 0 || result > vmMaxResults) return {state.top, result};
+  return {state.top - result, 0};
 }
 
 void vmPostCall(VmState& state, int wanted, VmValue* firstResult) {
@@ -175,22 +175,42 @@ void vmPostCall(VmState& state, int wanted, VmValue* firstResult) {
   state.top = place;
 }
 
+namespace {
+
+int CallAndPost(VmState& state, VmValue* function, int wanted) {
+  const std::ptrdiff_t caller = state.ci - state.frames.get();
+  const std::ptrdiff_t offset = SaveStack(state, function);
+  NativeResult result;
+  if (vmPrepareCall(state, function)) {
+    result = vmCallNative(state, RestoreStack(state, offset));
+  } else {
+    result.first = vmExecute(state);
+    if (result.first == nullptr) result.first = LeaveStopped(state, caller);
+  }
+  vmPostCall(state, wanted, result.first);
+  return result.code;
+}
+
+}  // namespace
+
 int vmCallAt(VmState& state, VmValue* function, int wanted) {
   if (++state.nativeCalls >= vmMaxNativeCalls) {
     if (state.nativeCalls == vmMaxNativeCalls) vmRaise(state, Error::StackOverflow);
     if (state.nativeCalls >= vmMaxNativeCallsHard) vmThrow(state, Error::StackOverflow);
   }
-  const std::ptrdiff_t caller = state.ci - state.frames.get();
-  const PreCall call = vmPreCall(state, function);
-  VmValue* firstResult = call.firstResult;
-  if (call.kind == PreCallKind::Script) {
-    firstResult = vmExecute(state);
-    if (firstResult == nullptr) firstResult = LeaveStopped(state, caller);
-  }
-  vmPostCall(state, wanted, firstResult);
+  const int code = CallAndPost(state, function, wanted);
   --state.nativeCalls;
   vmCheckGC(state);
-  return call.kind == PreCallKind::Native ? call.code : 0;
+  return code > 0 ? code : 0;
+}
+
+int vmCallFromScript(VmState& state, VmValue* function, int wanted) {
+  if (!function->IsFunction() || !function->closure()->isNative) {
+    return vmCallAt(state, function, wanted);
+  }
+  const NativeResult result = vmCallNative(state, function);
+  vmPostCall(state, wanted, result.first);
+  return result.code > 0 ? result.code : 0;
 }
 
 void RecoverState(VmState& state, std::ptrdiff_t frameOffset, int nativeCalls, bool allowHook,

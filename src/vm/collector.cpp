@@ -19,7 +19,7 @@ class Collector {
  private:
   void Mark(VmObject* object);
   void Mark(const VmValue& value) {
-    if (value.IsCollectable()) Mark(value.object);
+    if (value.IsCollectable()) Mark(value.object());
   }
   void MarkRoots();
   void Propagate();
@@ -34,12 +34,14 @@ class Collector {
     return (object->marked & (markReached | markFixed)) != 0;
   }
   /// Whether an entry with this value or key has lost its object. Strings live on.
-  bool IsGone(const VmValue& value);
+  bool IsGone(VmValue value);
   void ClearWeakValues(const std::vector<VmTable*>& tables);
   void ClearWeakKeys();
   std::size_t SeparateUserdata();
+  void ForgetOpenUpvalues();
   void SweepStrings();
-  void SweepChain(VmObject*& chain);
+  void SweepUserdata();
+  void SweepCells();
   void Resize(std::size_t deadMemory);
 
   VmState& state_;
@@ -48,25 +50,19 @@ class Collector {
   std::vector<VmTable*> weakKeys_;
 };
 
-/// A key whose value has gone stays in its chain, but no longer keeps its object.
-void RemoveEntry(VmNode& node) {
-  node.value.SetNil();
-  if (node.key.IsCollectable() && !node.key.IsString()) node.key.tag = Tag::DeadKey;
-}
-
 void Collector::Mark(VmObject* object) {
   if ((object->marked & markReached) != 0) return;
   object->marked |= markReached;
   switch (object->kind) {
-    case Tag::Userdata:
+    case VmKind::Userdata:
       if (auto* metatable = static_cast<VmUserdata*>(object)->metatable) Mark(metatable);
       break;
-    case Tag::Upvalue:
+    case VmKind::Upvalue:
       Mark(*static_cast<VmUpvalue*>(object)->location);
       break;
-    case Tag::Table:
-    case Tag::Function:
-    case Tag::Proto:
+    case VmKind::Table:
+    case VmKind::Function:
+    case VmKind::Proto:
       globals_.gray.push_back(object);
       break;
     default:
@@ -90,13 +86,13 @@ void Collector::Propagate() {
 
 void Collector::Traverse(VmObject* object) {
   switch (object->kind) {
-    case Tag::Table:
+    case VmKind::Table:
       TraverseTable(*static_cast<VmTable*>(object));
       break;
-    case Tag::Function:
+    case VmKind::Function:
       TraverseClosure(*static_cast<VmClosure*>(object));
       break;
-    case Tag::Proto:
+    case VmKind::Proto:
       TraverseProto(*static_cast<VmProto*>(object));
       break;
     default:
@@ -125,10 +121,9 @@ void Collector::TraverseTable(VmTable& table) {
   }
   for (std::uint32_t i = 0; i < table.NodeCount(); ++i) {
     VmNode& node = table.nodes[i];
-    if (node.value.IsNil()) {
-      if (node.key.IsCollectable()) node.key.tag = Tag::DeadKey;
-      continue;
-    }
+    // A key whose value has gone stays in its chain, so that a traversal can pass it, but no longer
+    // keeps its object: nothing looks behind the key of such a node.
+    if (node.value.IsNil()) continue;
     if (!weakKeys) Mark(node.key);
     if (!weakValues) Mark(node.value);
   }
@@ -182,13 +177,13 @@ void Collector::ShrinkStack(const VmValue* highest) {
   }
 }
 
-bool Collector::IsGone(const VmValue& value) {
+bool Collector::IsGone(VmValue value) {
   if (!value.IsCollectable()) return false;
   if (value.IsString()) {
-    Mark(value.object);
+    Mark(value.object());
     return false;
   }
-  return !IsReached(value.object);
+  return !IsReached(value.object());
 }
 
 void Collector::ClearWeakValues(const std::vector<VmTable*>& tables) {
@@ -198,7 +193,7 @@ void Collector::ClearWeakValues(const std::vector<VmTable*>& tables) {
     }
     for (std::uint32_t i = 0; i < table->NodeCount(); ++i) {
       VmNode& node = table->nodes[i];
-      if (!node.value.IsNil() && IsGone(node.value)) RemoveEntry(node);
+      if (!node.value.IsNil() && IsGone(node.value)) node.value.SetNil();
     }
   }
 }
@@ -207,18 +202,18 @@ void Collector::ClearWeakKeys() {
   for (VmTable* table : weakKeys_) {
     for (std::uint32_t i = 0; i < table->NodeCount(); ++i) {
       VmNode& node = table->nodes[i];
-      if (!node.value.IsNil() && IsGone(node.key)) RemoveEntry(node);
+      if (!node.value.IsNil() && IsGone(node.key)) node.value.SetNil();
     }
   }
 }
 
 std::size_t Collector::SeparateUserdata() {
   std::size_t deadMemory = 0;
-  VmObject** place = &globals_.allUserdata;
-  VmObject** last = &globals_.toFinalize;
+  VmUserdata** place = &globals_.allUserdata;
+  VmUserdata** last = &globals_.toFinalize;
   while (*last != nullptr) last = &(*last)->next;
   while (*place != nullptr) {
-    auto* userdata = static_cast<VmUserdata*>(*place);
+    VmUserdata* userdata = *place;
     if ((userdata->marked & (markReached | markFinalized)) != 0) {
       place = &userdata->next;
       continue;
@@ -237,39 +232,58 @@ std::size_t Collector::SeparateUserdata() {
   return deadMemory;
 }
 
-void Collector::SweepStrings() {
-  for (VmString*& bucket : globals_.buckets) {
-    VmObject* kept = nullptr;
-    VmObject** end = &kept;
-    for (VmObject* string = bucket; string != nullptr;) {
-      VmObject* next = string->next;
-      if (IsReached(string)) {
-        string->marked &= static_cast<std::uint8_t>(~markReached);
-        *end = string;
-        end = &string->next;
-      } else {
-        --globals_.stringCount;
-        FreeObject(state_, string);
-      }
-      string = next;
+/// An open upvalue that no function shares any more leaves the list before its cell is taken back.
+void Collector::ForgetOpenUpvalues() {
+  VmUpvalue** place = &state_.openUpvalues;
+  while (*place != nullptr) {
+    if (IsReached(*place)) {
+      place = &(*place)->nextOpen;
+    } else {
+      *place = (*place)->nextOpen;
     }
-    *end = nullptr;
-    bucket = static_cast<VmString*>(kept);
   }
 }
 
-void Collector::SweepChain(VmObject*& chain) {
-  VmObject** place = &chain;
-  while (*place != nullptr) {
-    VmObject* object = *place;
-    if (IsReached(object)) {
-      object->marked &= static_cast<std::uint8_t>(~markReached);
-      place = &object->next;
-    } else {
-      *place = object->next;
-      FreeObject(state_, object);
+void Collector::SweepStrings() {
+  for (VmString*& bucket : globals_.buckets) {
+    VmString** place = &bucket;
+    while (*place != nullptr) {
+      VmString* string = *place;
+      if (IsReached(string)) {
+        string->marked &= static_cast<std::uint8_t>(~markReached);
+        place = &string->next;
+      } else {
+        *place = string->next;
+        --globals_.stringCount;
+        FreeString(state_, string);
+      }
     }
   }
+}
+
+void Collector::SweepUserdata() {
+  VmUserdata** place = &globals_.allUserdata;
+  while (*place != nullptr) {
+    VmUserdata* userdata = *place;
+    if (IsReached(userdata)) {
+      userdata->marked &= static_cast<std::uint8_t>(~markReached);
+      place = &userdata->next;
+    } else {
+      *place = userdata->next;
+      FreeUserdata(state_, userdata);
+    }
+  }
+}
+
+void Collector::SweepCells() {
+  globals_.heap.Sweep([this](VmObject& object) {
+    if (IsReached(&object)) {
+      object.marked &= static_cast<std::uint8_t>(~markReached);
+      return true;
+    }
+    ReleaseObject(state_, object);
+    return false;
+  });
 }
 
 void Collector::Resize(std::size_t deadMemory) {
@@ -283,7 +297,7 @@ void Collector::Resize(std::size_t deadMemory) {
     globals_.sharedBuffer.clear();
     globals_.sharedBuffer.shrink_to_fit();
   }
-  globals_.gcThreshold = 2 * globals_.bytesInUse - deadMemory;
+  globals_.gcThreshold = globals_.collectAlways ? 0 : 2 * globals_.bytesInUse - deadMemory;
 }
 
 void Collector::Run() {
@@ -293,18 +307,17 @@ void Collector::Run() {
   ClearWeakValues(weakValues_);
   const std::size_t deadMemory = SeparateUserdata();
   weakValues_.clear();
-  for (VmObject* object = globals_.toFinalize; object != nullptr; object = object->next) {
-    Mark(object);
-  }
+  for (VmUserdata* dead = globals_.toFinalize; dead != nullptr; dead = dead->next) Mark(dead);
   Propagate();
   ClearWeakKeys();
   ClearWeakValues(weakValues_);
-  for (VmObject* object = globals_.toFinalize; object != nullptr; object = object->next) {
-    object->marked &= static_cast<std::uint8_t>(~markReached);
+  for (VmUserdata* dead = globals_.toFinalize; dead != nullptr; dead = dead->next) {
+    dead->marked &= static_cast<std::uint8_t>(~markReached);
   }
+  ForgetOpenUpvalues();
   SweepStrings();
-  SweepChain(globals_.allUserdata);
-  SweepChain(globals_.allObjects);
+  SweepUserdata();
+  SweepCells();
   Resize(deadMemory);
 }
 
@@ -314,7 +327,7 @@ void CallFinalizer(VmState& state, VmUserdata* userdata) {
   if (finalizer == nullptr || !finalizer->IsFunction()) return;
   EnsureStack(state, vmMinStack);
   *state.top++ = *finalizer;
-  *state.top++ = VmValue(Tag::Userdata, userdata);
+  *state.top++ = VmValue::Userdata(userdata);
   vmCallAt(state, state.top - 2, 0);
 }
 
@@ -332,7 +345,7 @@ void CallFinalizers(VmState& state) {
   const bool allowHook = state.allowHook;
   state.allowHook = false;
   while (state.globals->toFinalize != nullptr) {
-    auto* userdata = static_cast<VmUserdata*>(state.globals->toFinalize);
+    VmUserdata* userdata = state.globals->toFinalize;
     state.globals->toFinalize = userdata->next;
     userdata->next = state.globals->allUserdata;
     state.globals->allUserdata = userdata;
@@ -343,9 +356,9 @@ void CallFinalizers(VmState& state) {
 
 void SeparateAllUserdata(VmState& state) {
   VmGlobals& globals = *state.globals;
-  VmObject** place = &globals.allUserdata;
+  VmUserdata** place = &globals.allUserdata;
   while (*place != nullptr) {
-    VmObject* userdata = *place;
+    VmUserdata* userdata = *place;
     const bool isDone = (userdata->marked & markFinalized) != 0;
     userdata->marked |= markFinalized;
     if (isDone) {
@@ -360,18 +373,23 @@ void SeparateAllUserdata(VmState& state) {
 
 void FreeAllObjects(VmState& state) {
   VmGlobals& globals = *state.globals;
-  for (VmObject** chain : {&globals.allObjects, &globals.allUserdata, &globals.toFinalize}) {
+  state.openUpvalues = nullptr;
+  for (VmUserdata** chain : {&globals.allUserdata, &globals.toFinalize}) {
     while (*chain != nullptr) {
-      VmObject* object = *chain;
-      *chain = object->next;
-      FreeObject(state, object);
+      VmUserdata* userdata = *chain;
+      *chain = userdata->next;
+      FreeUserdata(state, userdata);
     }
   }
+  globals.heap.Sweep([&](VmObject& object) {
+    ReleaseObject(state, object);
+    return false;
+  });
   for (VmString*& bucket : globals.buckets) {
     while (bucket != nullptr) {
       VmString* string = bucket;
-      bucket = static_cast<VmString*>(string->next);
-      FreeObject(state, string);
+      bucket = string->next;
+      FreeString(state, string);
     }
   }
 }

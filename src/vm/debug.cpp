@@ -12,7 +12,7 @@ namespace {
 
 int CurrentInstruction(const VmFrame& frame) {
   const VmProto& proto = *FunctionOf(frame)->proto;
-  return static_cast<int>(frame.savedPc - proto.code.items) - 1;
+  return static_cast<int>(frame.savedPc - proto.ops.items) - 1;
 }
 
 /// The name of a local variable that is alive in a register at an instruction, or null.
@@ -230,26 +230,26 @@ void TraceCall(VmState& state) {
   if (count > 0) vmHost(state).debug.Write(" with arguments ");
   for (int i = 0; i < count; ++i) {
     const VmValue& value = state.base[i];
-    switch (value.tag) {
-      case Tag::Number:
-        print("#%d=(NUMBER)%g ", i + 1, value.number);
+    switch (value.Type()) {
+      case VmType::Number:
+        print("#%d=(NUMBER)%g ", i + 1, value.number());
         break;
-      case Tag::Nil:
+      case VmType::Nil:
         print("#%d=(NIL) ", i + 1);
         break;
-      case Tag::String:
+      case VmType::String:
         print("#%d=(STRING)\"", i + 1);
         vmHost(state).debug.Write(value.string()->View());
         vmHost(state).debug.Write("\" ");
         break;
-      case Tag::Table:
-        print("#%d=(TABLE)%p ", i + 1, value.pointer);
+      case VmType::Table:
+        print("#%d=(TABLE)%p ", i + 1, value.pointer());
         break;
-      case Tag::Function:
-        print("#%d=(FUNCPTR)%p ", i + 1, value.pointer);
+      case VmType::Function:
+        print("#%d=(FUNCPTR)%p ", i + 1, value.pointer());
         break;
       default:
-        print("#%d=(INTERNAL)%d ", i + 1, static_cast<int>(value.tag));
+        print("#%d=(INTERNAL)%d ", i + 1, static_cast<int>(value.Type()));
         break;
     }
   }

@@ -1,11 +1,16 @@
 // The interpreter. One loop runs script functions that call each other; a native that calls back
-// into script starts a new one. `pc`, the base and the constants are kept in locals; `SAVE` writes
-// the pc back where an error or a callee may look at it, `RELOAD` fetches the base again after
-// anything that may have moved the stack. One word, `attention`, is tested before each instruction:
-// it says that the program is to quit or that a hook wants to see the instruction.
-#include <cmath>
+// into script starts a new one.
+//
+// `pc`, `base`, the running closure and its constants are kept in locals. SAVE writes the pc back
+// where an error or a callee may look at it; RELOAD fetches what a callee may have changed: the
+// stack may have moved, and `attention` may have been raised. While `attention` is raised every
+// word leads to `watch` first, which leaves the loop or runs the count hook: so quitting is as good
+// as tested before each instruction, and costs nothing as long as nobody asks for it.
+#include <algorithm>
+#include <utility>
 
 #include "base/numbers.h"
+#include "vm/prepare.h"
 #include "vm/state.h"
 #include "vm/table.h"
 
@@ -23,11 +28,10 @@ void CountInstruction(VmState& state) {
 void RunLineHook(VmState& state) {
   state.linePatience = vmLineHookInterval;
   if ((state.hookMask & vmMaskLine) == 0) return;
-  if (FunctionOf(*state.ci)->proto->lineInfo.count == 0) return;
   CallHook(state, VmHookEvent::Line, CurrentLine(*state.ci));
 }
 
-void PushSubroutine(VmState& state, const VmInstruction* returnTo) {
+void PushSubroutine(VmState& state, VmCode* returnTo) {
   auto& subroutines = state.globals->subroutines;
   if (subroutines.size() >= static_cast<std::size_t>(vmMaxSubroutines)) {
     vmRaise(state, Error::InternalLimit);
@@ -35,37 +39,55 @@ void PushSubroutine(VmState& state, const VmInstruction* returnTo) {
   subroutines.push_back(returnTo);
 }
 
-const VmInstruction* PopSubroutine(VmState& state) {
+/// The word to go on with; a return address of another function is none.
+VmCode* PopSubroutine(VmState& state, const VmProto& proto) {
   auto& subroutines = state.globals->subroutines;
   if (subroutines.empty()) vmRaise(state, Error::ReturnWithoutGosub);
-  const VmInstruction* returnTo = subroutines.back();
+  VmCode* returnTo = subroutines.back();
+  if (returnTo < proto.ops.begin() || returnTo >= proto.ops.end()) {
+    vmRaise(state, Error::ReturnWithoutGosub);
+  }
   subroutines.pop_back();
   return returnTo;
 }
 
-bool Contains(const VmProto& proto, const VmInstruction* pc) {
-  return pc >= proto.code.begin() && pc < proto.code.end();
+/// Where the main chunk goes on after a native has asked for a jump to a label: behind the call,
+/// when there is no such label.
+VmCode* JumpToLabel(VmState& state, const VmProto& proto, VmCode* pc, int request) {
+  const int target = std::exchange(state.globals->pendingJump, -1);
+  const bool isMainChunk = proto.lineDefined == 0;
+  if (!isMainChunk || target < 0 || static_cast<std::uint32_t>(target) >= proto.ops.count) {
+    return pc;
+  }
+  // With -2 the load of the function and the call run again on return.
+  VmCode* const again = pc - proto.ops.begin() >= 2 ? pc - 2 : proto.ops.begin();
+  PushSubroutine(state, request == -1 ? pc : again);
+  return proto.ops.begin() + target;
 }
 
 /// Makes a number of a loop's limit or step, in place.
-double LoopNumber(VmState& state, VmValue& value) {
+void MakeLoopNumber(VmState& state, VmValue& value) {
   VmValue scratch;
   const VmValue* number = ToNumberValue(value, scratch);
   if (number == nullptr) vmRaise(state, Error::ValueExpected);
   value = *number;
-  return value.number;
 }
 
-/// Makes a closure with the upvalues that the pseudo instructions behind it name.
-const VmInstruction* MakeClosure(VmState& state, VmClosure& running, VmProto* proto,
-                                 VmValue* target, VmValue* base, const VmInstruction* pc) {
+void MakeLoopNumbers(VmState& state, VmValue* loop) {
+  if (!loop[0].IsNumber()) vmRaise(state, Error::ValueExpected);
+  MakeLoopNumber(state, loop[1]);
+  MakeLoopNumber(state, loop[2]);
+}
+
+/// Makes a closure with the upvalues that the pseudo instructions from `word` on name.
+void MakeClosure(VmState& state, VmClosure& running, VmProto* proto, VmValue* target, VmValue* base,
+                 const VmInstruction* word) {
   VmClosure* closure = NewScriptClosure(state, proto, running.environment);
-  *target = VmValue(Tag::Function, closure);
-  for (int i = 0; i < proto->upvalueCount; ++i, ++pc) {
-    closure->Upvalues()[i] = opCode(*pc) == OP_GETUPVAL ? running.Upvalues()[opB(*pc)]
-                                                        : FindUpvalue(state, base + opB(*pc));
+  *target = VmValue::Function(closure);
+  for (int i = 0; i < proto->upvalueCount; ++i, ++word) {
+    closure->Upvalues()[i] = opCode(*word) == OP_GETUPVAL ? running.Upvalues()[opB(*word)]
+                                                          : FindUpvalue(state, base + opB(*word));
   }
-  return pc;
 }
 
 /// Stores `count` values behind `list` from key `first` on. False when it is no table.
@@ -78,15 +100,14 @@ bool StoreList(VmState& state, VmValue* list, int first, std::ptrdiff_t count) {
 }
 
 /// Moves the frame of a tail call over the one that made it.
-void ReuseFrame(VmState& state, VmValue* function) {
+void ReuseFrame(VmState& state) {
   VmFrame& callee = *state.ci;
   VmFrame& caller = state.ci[-1];
   if (state.openUpvalues != nullptr) CloseUpvalues(state, caller.base);
-  VmValue* place = caller.base - 1;
   const std::ptrdiff_t size = callee.top - callee.base;
-  VmValue* from = callee.base - 1;
-  (void)function;
-  for (std::ptrdiff_t i = 0; i <= size && from + i < state.top; ++i) place[i] = from[i];
+  const VmValue* from = callee.base - 1;
+  VmValue* to = caller.base - 1;
+  for (std::ptrdiff_t i = 0; i <= size; ++i) to[i] = from[i];
   caller.top = caller.base + size;
   caller.savedPc = callee.savedPc;
   ++caller.tailCalls;
@@ -95,434 +116,637 @@ void ReuseFrame(VmState& state, VmValue* function) {
   state.top = caller.top;
 }
 
+/// The slot of a number in the array part, or null.
+inline VmValue* ArraySlot(const VmTable& table, double key) {
+  std::int32_t index = 0;
+  const bool isInside = ToExactInt(key, index) && static_cast<std::uint32_t>(index) - 1 <
+                                                      static_cast<std::uint32_t>(table.arraySize);
+  return isInside ? table.array + index - 1 : nullptr;
+}
+
+/// The node of a constant string, or null. The guess saves the walk along the chain.
+inline VmNode* GuessedNode(const VmTable& table, VmValue key, std::uint16_t& guess) {
+  VmNode* node = table.nodes + (guess & table.nodeMask);
+  if (node->key == key) [[likely]]
+    return node;
+  node = FindStringNode(table, key.string());
+  if (node != nullptr) guess = static_cast<std::uint16_t>(node - table.nodes);
+  return node;
+}
+
+/// The field of a table, or nil, without events.
+inline VmValue FieldOf(const VmTable& table, VmValue key, std::uint16_t& guess) {
+  const VmNode* node = GuessedNode(table, key, guess);
+  return node != nullptr ? node->value : VmValue();
+}
+
+/// Whether a store into an entry that is nil has no event to ask.
+inline bool HasNoStoreEvent(const VmTable& table) {
+  return (table.metatable->absentEvents & 1 << static_cast<int>(VmEvent::NewIndex)) != 0;
+}
+
 }  // namespace
 
-// The shortest names that the loop needs.
-#define RA (base + opA(word))
-#define RB (base + opB(word))
-#define KBX (constants + opBx(word))
+#define A (pc[-1].a)
+#define B (pc[-1].b)
+#define C (pc[-1].c)
+#define RA (base + A)
+#define RB (base + B)
+#define RC (base + C)
+#define KB (constants + B)
+#define KC (constants + C)
 #define RK(x) ((x) < vmMaxRegisters ? base + (x) : constants + ((x)-vmMaxRegisters))
-#define RKB RK(opB(word))
-#define RKC RK(opC(word))
+#define JUMP (pc[-1].jump)
+#define INDEX (pc[-1].index)
+
 #define SAVE (state.ci->savedPc = pc)
-#define RELOAD (base = state.base)
-#define NEXT break
-// A place that every long run passes: a call or a backward jump.
-#define SAFE_POINT                              \
+#define RELOAD (base = state.base, dispatch = state.attention == 0 ? running : watched)
+#define NEXT goto* dispatch[pc->op]
+#define CODE_OF(name) code_##name : ++pc;
+
+// A place that every long run passes: a call, or behind a backward jump. `at` is the pc behind the
+// instruction whose line a hook is told.
+#define SAFE_POINT(at)                          \
   if (--state.linePatience <= 0) [[unlikely]] { \
-    SAVE;                                       \
+    state.ci->savedPc = (at);                   \
     RunLineHook(state);                         \
     RELOAD;                                     \
   }
 
-#define ARITHMETIC(op, expression)                            \
-  {                                                           \
-    const VmValue* b = RKB;                                   \
-    const VmValue* c = RKC;                                   \
-    if (b->IsNumber() && c->IsNumber()) [[likely]] {          \
-      const double x = b->number;                             \
-      const double y = c->number;                             \
-      RA->SetNumber(expression);                              \
-    } else {                                                  \
-      SAVE;                                                   \
-      const VmValue result = Arithmetic(state, *b, *c, (op)); \
-      RELOAD;                                                 \
-      *RA = result;                                           \
-    }                                                         \
-    NEXT;                                                     \
+// Takes the slow way: `expression` may call anything; its value goes to R(A).
+#define SLOW(expression)             \
+  {                                  \
+    SAVE;                            \
+    const VmValue slow = expression; \
+    RELOAD;                          \
+    *RA = slow;                      \
+    NEXT;                            \
   }
 
-#define COMPARE(fast, slow)                          \
-  {                                                  \
-    const VmValue* b = RKB;                          \
-    const VmValue* c = RKC;                          \
-    bool condition;                                  \
-    if (b->IsNumber() && c->IsNumber()) [[likely]] { \
-      condition = b->number fast c->number;          \
-    } else {                                         \
-      SAVE;                                          \
-      condition = slow(state, *b, *c);               \
-      RELOAD;                                        \
-    }                                                \
-    if (condition == (opA(word) != 0)) {             \
-      pc += opSJ(*pc) + 1;                           \
-    } else {                                         \
-      ++pc;                                          \
-    }                                                \
-    NEXT;                                            \
+#define ARITHMETIC(name, op, left, right, test, expression)    \
+  CODE_OF(name) {                                              \
+    const VmValue* b = left;                                   \
+    const VmValue* c = right;                                  \
+    if (b->IsNumber() && c->IsNumber() && (test)) [[likely]] { \
+      const double x = b->number();                            \
+      const double y = c->number();                            \
+      RA->SetNumber(expression);                               \
+      NEXT;                                                    \
+    }                                                          \
+    SLOW(Arithmetic(state, *b, *c, op));                       \
   }
+
+#define ARITHMETIC_KINDS(name, op, test, expression)  \
+  ARITHMETIC(name##RR, op, RB, RC, test, expression); \
+  ARITHMETIC(name##RK, op, RB, KC, test, expression); \
+  ARITHMETIC(name##KR, op, KB, RC, test, expression)
+
+#define JUMP_IF(condition)                \
+  {                                       \
+    if (condition) {                      \
+      const int offset = JUMP;            \
+      pc += offset;                       \
+      if (offset < 0) SAFE_POINT(pc + 1); \
+      NEXT;                               \
+    }                                     \
+    ++pc;                                 \
+    NEXT;                                 \
+  }
+
+#define COMPARE(name, left, right, fast, slow, wanted)     \
+  CODE_OF(name) {                                          \
+    const VmValue* b = left;                               \
+    const VmValue* c = right;                              \
+    if (b->IsNumber() && c->IsNumber()) [[likely]] {       \
+      JUMP_IF((b->number() fast c->number()) == (wanted)); \
+    }                                                      \
+    SAVE;                                                  \
+    const bool holds = slow(state, *b, *c);                \
+    RELOAD;                                                \
+    JUMP_IF(holds == (wanted));                            \
+  }
+
+#define COMPARE_ORDER(name, fast, slow, wanted)  \
+  COMPARE(name##RR, RA, RB, fast, slow, wanted); \
+  COMPARE(name##RK, RA, KB, fast, slow, wanted); \
+  COMPARE(name##KR, KB, RA, fast, slow, wanted)
 
 VmValue* vmExecute(VmState& state) {
-enter:
-  VmClosure* closure = FunctionOf(*state.ci);
-  const VmInstruction* pc = state.ci->savedPc;
-  VmValue* base = state.base;
-  VmValue* constants = closure->proto->constants.items;
+  static const void* const running[] = {
+#define CODE(name) &&code_##name,
+#include "vm/prepared.def"
+#undef CODE
+  };
+  static const void* const watched[] = {
+#define CODE(name) &&watch,
+#include "vm/prepared.def"
+#undef CODE
+  };
 
-  for (;;) {
-    if (state.attention != 0) [[unlikely]] {
-      if ((state.attention & attentionQuit) != 0) {
-        SAVE;
-        return nullptr;
-      }
-      state.ci->savedPc = pc + 1;
-      CountInstruction(state);
-      RELOAD;
-      if ((state.attention & attentionQuit) != 0) return nullptr;
+  const void* const* dispatch;
+  VmClosure* closure;
+  VmCode* pc;
+  VmValue* base;
+  VmValue* constants;
+
+enter:
+  closure = FunctionOf(*state.ci);
+  pc = state.ci->savedPc;
+  constants = closure->proto->constants.items;
+  RELOAD;
+  NEXT;
+
+watch:
+  if ((state.attention & attentionQuit) == 0) {
+    state.ci->savedPc = pc + 1;
+    CountInstruction(state);
+    RELOAD;
+  }
+  if ((state.attention & attentionQuit) != 0) return nullptr;
+  goto* running[pc->op];
+
+  CODE_OF(Move) {
+    *RA = *RB;
+    NEXT;
+  }
+  CODE_OF(LoadK) {
+    *RA = constants[INDEX];
+    NEXT;
+  }
+  CODE_OF(LoadNum) {
+    RA->SetNumber(B);
+    NEXT;
+  }
+  CODE_OF(LoadNumSkip) {
+    RA->SetNumber(B);
+    ++pc;
+    NEXT;
+  }
+  CODE_OF(LoadNil) {
+    for (VmValue* slot = RA; slot <= RB; ++slot) slot->SetNil();
+    NEXT;
+  }
+  CODE_OF(GetUpval) {
+    *RA = *closure->Upvalues()[B]->location;
+    NEXT;
+  }
+  CODE_OF(SetUpval) {
+    *closure->Upvalues()[B]->location = *RA;
+    NEXT;
+  }
+
+  CODE_OF(GetGlobal) {
+    const VmValue key = constants[INDEX];
+    const VmValue found = FieldOf(*closure->environment, key, B);
+    if (!found.IsNil()) [[likely]] {
+      *RA = found;
+      NEXT;
     }
-    const VmInstruction word = *pc++;
-    switch (opCode(word)) {
-      case OP_MOVE:
-        *RA = *RB;
-        NEXT;
-      case OP_LOADK:
-        *RA = *KBX;
-        NEXT;
-      case OP_LOADNUM:
-        RA->SetNumber(opB(word));
-        if (opC(word) != 0) ++pc;
-        NEXT;
-      case OP_LOADNIL:
-        for (VmValue* slot = RA; slot <= RB; ++slot) slot->SetNil();
-        NEXT;
-      case OP_GETUPVAL:
-        *RA = *closure->Upvalues()[opB(word)]->location;
-        NEXT;
-      case OP_SETUPVAL:
-        *closure->Upvalues()[opB(word)]->location = *RA;
-        NEXT;
-      case OP_GETGLOBAL: {
-        const VmValue& found = TableGetString(*closure->environment, KBX->string());
-        if (!found.IsNil()) [[likely]] {
-          *RA = found;
-          NEXT;
-        }
-        SAVE;
-        const VmValue value = GetMissingGlobal(state, *closure->environment, *KBX);
-        RELOAD;
-        *RA = value;
+    SLOW(GetMissingGlobal(state, *closure->environment, key));
+  }
+  CODE_OF(SetGlobal) {
+    const VmValue key = constants[INDEX];
+    VmTable& table = *closure->environment;
+    VmNode* node = GuessedNode(table, key, B);
+    if (node != nullptr && !node->value.IsNil()) [[likely]] {
+      table.absentEvents = 0;
+      node->value = *RA;
+      NEXT;
+    }
+    SAVE;
+    SetTableEntry(state, VmValue::Table(&table), key, *RA, nullptr);
+    RELOAD;
+    NEXT;
+  }
+
+  CODE_OF(GetField) {
+    const VmValue object = *RB;
+    const VmValue key = *KC;
+    if (object.IsTable()) [[likely]] {
+      const VmValue found = FieldOf(*object.table(), key, pc[-1].hint);
+      if (!found.IsNil()) [[likely]] {
+        *RA = found;
         NEXT;
       }
-      case OP_GETTABLE: {
-        const VmValue* object = RB;
-        const VmValue* key = RKC;
-        if (object->IsTable()) [[likely]] {
-          const VmTable& table = *object->table();
-          const VmValue* found = nullptr;
-          if (key->IsString()) {
-            found = &TableGetString(table, key->string());
-          } else if (key->IsNumber()) {
-            const auto index = static_cast<std::int32_t>(key->number);
-            found = static_cast<unsigned>(index) - 1u < static_cast<unsigned>(table.arraySize) &&
-                            index == key->number
-                        ? table.array + index - 1
-                        : &TableGet(table, *key);
-          } else {
-            found = &TableGet(table, *key);
-          }
-          if (!found->IsNil()) [[likely]] {
-            *RA = *found;
-            NEXT;
-          }
-        }
-        SAVE;
-        const VmValue value = GetField(state, *object, *key, object, false);
-        RELOAD;
-        *RA = value;
+    }
+    SLOW(GetField(state, object, key, RB, false));
+  }
+  CODE_OF(GetIndex) {
+    const VmValue object = *RB;
+    const VmValue key = *RC;
+    if (object.IsTable()) [[likely]] {
+      const VmTable& table = *object.table();
+      const VmValue* slot = nullptr;
+      if (key.IsNumber()) slot = ArraySlot(table, key.number());
+      if (slot == nullptr) slot = &TableGet(table, key);
+      if (!slot->IsNil()) [[likely]] {
+        *RA = *slot;
         NEXT;
       }
-      case OP_SETGLOBAL: {
-        SAVE;
-        SetTableEntry(state, VmValue(Tag::Table, closure->environment), *KBX, *RA, nullptr);
-        RELOAD;
+    }
+    SLOW(GetField(state, object, key, RB, false));
+  }
+  CODE_OF(GetOther) {
+    const VmValue object = *RB;
+    const VmValue key = *RK(C);
+    if (object.IsTable()) [[likely]] {
+      const VmValue& found = TableGet(*object.table(), key);
+      if (!found.IsNil()) [[likely]] {
+        *RA = found;
         NEXT;
       }
-      case OP_SETTABLE: {
-        const VmValue* object = RA;
-        const VmValue* key = RKB;
-        const VmValue* value = RKC;
-        if (object->IsTable()) [[likely]] {
-          VmTable& table = *object->table();
-          VmValue* slot = nullptr;
-          if (key->IsNumber()) {
-            const auto index = static_cast<std::int32_t>(key->number);
-            if (static_cast<unsigned>(index) - 1u < static_cast<unsigned>(table.arraySize) &&
-                index == key->number) {
-              slot = table.array + index - 1;
-            }
-          } else if (key->IsString()) {
-            slot = const_cast<VmValue*>(&TableGetString(table, key->string()));
-          }
-          if (slot != nullptr && !slot->IsNil()) [[likely]] {
-            table.absentEvents = 0;
-            *slot = *value;
-            NEXT;
-          }
-        }
-        SAVE;
-        SetTableEntry(state, *object, *key, *value, object);
-        RELOAD;
-        NEXT;
-      }
-      case OP_NEWTABLE: {
-        SAVE;
-        const int b = opB(word);
-        VmTable* table = NewTable(state, (b & 7) << (b >> 3 < 22 ? b >> 3 : 22), opC(word));
-        *RA = VmValue(Tag::Table, table);
-        vmCheckGC(state);
-        RELOAD;
-        NEXT;
-      }
-      case OP_ADD:
-        ARITHMETIC(OP_ADD, x + y)
-      case OP_SUB:
-        ARITHMETIC(OP_SUB, x - y)
-      case OP_MUL:
-        ARITHMETIC(OP_MUL, x * y)
-      case OP_DIV: {
-        const VmValue* b = RKB;
-        const VmValue* c = RKC;
-        if (b->IsNumber() && c->IsNumber() && c->number != 0) [[likely]] {
-          RA->SetNumber(b->number / c->number);
-          NEXT;
-        }
-        SAVE;
-        const VmValue result = Arithmetic(state, *b, *c, OP_DIV);
-        RELOAD;
-        *RA = result;
-        NEXT;
-      }
-      case OP_DIVINT:
-      case OP_MOD:
-      case OP_LSH:
-      case OP_RSH:
-      case OP_OR:
-      case OP_AND:
-      case OP_XOR: {
-        const VmValue* b = RKB;
-        const VmValue* c = RKC;
-        SAVE;
-        const VmValue result = Arithmetic(state, *b, *c, static_cast<VmOp>(opCode(word)));
-        RELOAD;
-        *RA = result;
-        NEXT;
-      }
-      case OP_POW:
-        ARITHMETIC(OP_POW, std::pow(x, y))
-      case OP_UNM: {
-        if (RB->IsNumber()) [[likely]] {
-          RA->SetNumber(-RB->number);
-          NEXT;
-        }
-        SAVE;
-        const VmValue result = Negate(state, *RB);
-        RELOAD;
-        *RA = result;
-        NEXT;
-      }
-      case OP_NOT:
-        RA->SetNumber(IsFalse(*RB) ? 1 : 0);
-        NEXT;
-      case OP_BNOT: {
-        SAVE;
-        const VmValue result = Complement(state, *RB);
-        RELOAD;
-        *RA = result;
-        NEXT;
-      }
-      case OP_CONCAT: {
-        SAVE;
-        const int first = opB(word);
-        Concatenate(state, opC(word) - first + 1, base + opC(word));
-        RELOAD;
-        *RA = base[first];
-        vmCheckGC(state);
-        RELOAD;
-        NEXT;
-      }
-      case OP_JMP:
-        if (opMode(word) == opJumpSubroutine) {
-          SAVE;
-          PushSubroutine(state, pc);
-        }
-        pc += opSJ(word);
-        if (opSJ(word) < 0) SAFE_POINT
-        NEXT;
-      case OP_EQ:
-        COMPARE(==, EqualValues)
-      case OP_LT:
-        COMPARE(<, LessThan)
-      case OP_LE:
-        COMPARE(<=, LessEqual)
-      case OP_TEST: {
-        const bool isFalse = IsFalse(*RB);
-        if ((isFalse ? 1 : 0) == opC(word)) {
-          ++pc;
-        } else {
-          *RA = *RB;
-          pc += opSJ(*pc) + 1;
-        }
-        NEXT;
-      }
-      case OP_CALL:
-      case OP_TAILCALL: {
-        SAFE_POINT
-        VmValue* function = RA;
-        if (opB(word) != 0) {
-          state.top = function + opB(word);
-        } else if (state.top <= function) {
-          state.top = function + 1;
-        }
-        const int wanted = opC(word) - 1;
-        SAVE;
-        state.globals->currentPc = static_cast<std::int32_t>(pc - closure->proto->code.items);
-        const PreCall call = vmPreCall(state, function);
-        if (call.kind == PreCallKind::Script) {
-          if (opCode(word) == OP_TAILCALL) {
-            ReuseFrame(state, function);
-          } else {
-            state.ci->calledFromScript = true;
-          }
-          goto enter;
-        }
-        VmValue* firstResult = call.firstResult;
-        if (call.kind == PreCallKind::Jump) {
-          const VmInstruction* returnTo = call.code == -1 ? pc : pc - 2;
-          const VmInstruction* target = pc + state.globals->labelJumpOffset;
-          --state.ci;
-          state.base = state.ci->base;
-          RELOAD;
-          if (Contains(*closure->proto, returnTo) && Contains(*closure->proto, target)) {
-            PushSubroutine(state, returnTo);
-            pc = target;
-          }
-          ++state.ci;
-          state.base = state.ci->base;
-          firstResult = state.top;
-        } else if (call.code != 0) [[unlikely]] {
-          ReportNativeError(state, call.code);
-          firstResult = state.top;
-        }
-        vmPostCall(state, wanted, firstResult);
-        RELOAD;
-        if (wanted >= 0) state.top = state.ci->top;
-        NEXT;
-      }
-      case OP_RETURN: {
-        if (opC(word) == 1) {
-          SAVE;
-          const VmInstruction* returnTo = PopSubroutine(state);
-          if (!Contains(*closure->proto, returnTo)) vmRaise(state, Error::ReturnWithoutGosub);
-          pc = returnTo;
-          NEXT;
-        }
-        VmValue* firstResult = RA;
-        if (opB(word) != 0) state.top = firstResult + opB(word) - 1;
-        SAVE;
-        if (state.openUpvalues != nullptr) CloseUpvalues(state, base);
-        if (!state.ci->calledFromScript) return firstResult;
-        const VmFrame& caller = state.ci[-1];
-        const int wanted = opC(caller.savedPc[-1]) - 1;
-        vmPostCall(state, wanted, firstResult);
-        if (wanted >= 0) state.top = state.ci->top;
-        goto enter;
-      }
-      case OP_FORLOOP: {
-        VmValue* loop = RA;
-        if (!loop[0].IsNumber() || !loop[1].IsNumber() || !loop[2].IsNumber()) [[unlikely]] {
-          SAVE;
-          if (!loop[0].IsNumber()) vmRaise(state, Error::ValueExpected);
-          LoopNumber(state, loop[1]);
-          LoopNumber(state, loop[2]);
-        }
-        const double step = loop[2].number;
-        const double index = loop[0].number + step;
-        if (step > 0 ? index <= loop[1].number : index >= loop[1].number) {
-          pc += opSBx(word);
-          loop[0].number = index;
-          SAFE_POINT
-        }
-        NEXT;
-      }
-      case OP_TFORLOOP: {
-        VmValue* loop = RA;
-        const int results = opC(word) + 1;
-        VmValue* function = loop + results + 2;
-        for (int i = 0; i < 3; ++i) function[i] = loop[i];
-        state.top = function + 3;
-        SAVE;
-        const std::ptrdiff_t offset = SaveStack(state, function);
-        const int code = vmCallAt(state, function, results);
-        if (code != 0) ReportNativeError(state, code);
-        RELOAD;
-        state.top = state.ci->top;
-        VmValue* from = RestoreStack(state, offset);
-        VmValue* to = RA + 2;
-        for (int i = 0; i < results; ++i) to[i] = from[i];
-        if (to->IsNil()) {
-          ++pc;
-        } else {
-          pc += opSJ(*pc) + 1;
-        }
-        NEXT;
-      }
-      case OP_TFORPREP: {
-        VmValue* loop = RA;
-        if (loop->IsTable()) {
-          SAVE;
-          loop[1] = loop[0];
-          VmString* next = NewString(state, "next");
-          loop[0] = TableGetString(*state.globalTable, next);
-        }
-        pc += opSBx(word);
-        NEXT;
-      }
-      case OP_SETLIST:
-      case OP_SETLISTO: {
-        VmValue* list = RA;
-        SAVE;
-        const int first = opBx(word) & ~(vmListBatch - 1);
-        std::ptrdiff_t count = (opBx(word) & (vmListBatch - 1)) + 1;
-        if (opCode(word) == OP_SETLISTO) {
-          count = state.top - list - 1;
-          state.top = state.ci->top;
-        }
-        if (!StoreList(state, list, first, count)) return nullptr;
-        NEXT;
-      }
-      case OP_CLOSE:
-        CloseUpvalues(state, RA);
-        NEXT;
-      case OP_CLOSURE: {
-        SAVE;
-        VmProto* proto = closure->proto->protos[static_cast<std::size_t>(opBx(word))];
-        pc = MakeClosure(state, *closure, proto, RA, base, pc);
-        SAVE;
-        vmCheckGC(state);
-        RELOAD;
-        NEXT;
-      }
-      case OP_SELF: {
-        const VmValue object = *RB;
-        const VmValue* key = RKC;
-        if (!key->IsString()) return nullptr;
+    }
+    SLOW(GetField(state, object, key, RB, false));
+  }
+
+#define SET_FIELD(name, source)                                 \
+  CODE_OF(name) {                                               \
+    const VmValue object = *RA;                                 \
+    const VmValue key = *KB;                                    \
+    if (object.IsTable()) [[likely]] {                          \
+      VmTable& table = *object.table();                         \
+      VmNode* node = GuessedNode(table, key, pc[-1].hint);      \
+      if (node != nullptr && !node->value.IsNil()) [[likely]] { \
+        table.absentEvents = 0;                                 \
+        node->value = *(source);                                \
+        NEXT;                                                   \
+      }                                                         \
+    }                                                           \
+    SAVE;                                                       \
+    SetTableEntry(state, object, key, *(source), RA);           \
+    RELOAD;                                                     \
+    NEXT;                                                       \
+  }
+  SET_FIELD(SetFieldR, RC);
+  SET_FIELD(SetFieldK, KC);
+
+#define SET_INDEX(name, keySource, source)                                 \
+  CODE_OF(name) {                                                          \
+    const VmValue object = *RA;                                            \
+    const VmValue key = *(keySource);                                      \
+    if (object.IsTable() && key.IsNumber()) [[likely]] {                   \
+      VmTable& table = *object.table();                                    \
+      VmValue* slot = ArraySlot(table, key.number());                      \
+      if (slot != nullptr && (!slot->IsNil() || HasNoStoreEvent(table))) { \
+        table.absentEvents = 0;                                            \
+        *slot = *(source);                                                 \
+        NEXT;                                                              \
+      }                                                                    \
+    }                                                                      \
+    SAVE;                                                                  \
+    SetTableEntry(state, object, key, *(source), RA);                      \
+    RELOAD;                                                                \
+    NEXT;                                                                  \
+  }
+  SET_INDEX(SetIndexR, RB, RC);
+  SET_INDEX(SetIndexK, RB, KC);
+  SET_INDEX(SetOther, RK(B), RK(C));
+
+  CODE_OF(NewTable) {
+    SAVE;
+    const int size = (B & 7) << std::min(B >> 3, vmMaxTableExponent + 1);
+    VmTable* table = NewTable(state, size, C);
+    *RA = VmValue::Table(table);
+    vmCheckGC(state);
+    RELOAD;
+    NEXT;
+  }
+
+  ARITHMETIC_KINDS(Add, OP_ADD, true, x + y);
+  ARITHMETIC_KINDS(Sub, OP_SUB, true, x - y);
+  ARITHMETIC_KINDS(Mul, OP_MUL, true, x * y);
+  ARITHMETIC_KINDS(Div, OP_DIV, c->number() != 0, x / y);
+
+  CODE_OF(DivInt) {
+    const VmValue* b = RK(B);
+    const VmValue* c = RK(C);
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    if (b->IsNumber() && c->IsNumber() && ToExactInt(b->number(), x) &&
+        ToExactInt(c->number(), y) && y > 0) [[likely]] {
+      RA->SetNumber(x / y);
+      NEXT;
+    }
+    SLOW(Arithmetic(state, *b, *c, OP_DIVINT));
+  }
+  CODE_OF(Mod) {
+    const VmValue* b = RK(B);
+    const VmValue* c = RK(C);
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    if (b->IsNumber() && c->IsNumber() && ToExactInt(b->number(), x) &&
+        ToExactInt(c->number(), y) && y > 0) [[likely]] {
+      RA->SetNumber(x % y);
+      NEXT;
+    }
+    SLOW(Arithmetic(state, *b, *c, OP_MOD));
+  }
+  CODE_OF(Lsh) {
+    SLOW(Arithmetic(state, *RK(B), *RK(C), OP_LSH));
+  }
+  CODE_OF(Rsh) {
+    SLOW(Arithmetic(state, *RK(B), *RK(C), OP_RSH));
+  }
+  ARITHMETIC(Or, OP_OR, RK(B), RK(C), true, ToUInt32(x) | ToUInt32(y));
+
+  ARITHMETIC(And, OP_AND, RK(B), RK(C), true, ToUInt32(x) & ToUInt32(y));
+
+  ARITHMETIC(Xor, OP_XOR, RK(B), RK(C), true, ToUInt32(x) ^ ToUInt32(y));
+  CODE_OF(Pow)
+  SLOW(Arithmetic(state, *RK(B), *RK(C), OP_POW));
+  CODE_OF(ArithmeticKK) {
+    const VmInstruction word =
+        closure->proto->code[static_cast<std::size_t>(pc - 1 - closure->proto->ops.begin())];
+    SLOW(Arithmetic(state, *RK(B), *RK(C), static_cast<VmOp>(opCode(word))));
+  }
+  CODE_OF(Unm) {
+    if (RB->IsNumber()) [[likely]] {
+      RA->SetNumber(-RB->number());
+      NEXT;
+    }
+    SLOW(Negate(state, *RB));
+  }
+  CODE_OF(Not) {
+    RA->SetNumber(IsFalse(*RB) ? 1 : 0);
+    NEXT;
+  }
+  CODE_OF(BNot) SLOW(Complement(state, *RB));
+  CODE_OF(Concat) {
+    SAVE;
+    const int first = B;
+    Concatenate(state, C - first + 1, RC);
+    base = state.base;
+    *RA = base[first];
+    vmCheckGC(state);
+    RELOAD;
+    NEXT;
+  }
+
+  CODE_OF(Jump) {
+    pc += JUMP;
+    NEXT;
+  }
+  CODE_OF(JumpBack) {
+    pc += JUMP;
+    SAFE_POINT(pc + 1);
+    NEXT;
+  }
+  CODE_OF(JumpSubroutine) {
+    SAVE;
+    PushSubroutine(state, pc);
+    pc += JUMP;
+    SAFE_POINT(pc + 1);
+    NEXT;
+  }
+
+  COMPARE(JumpEqRR, RA, RB, ==, EqualValues, true);
+  COMPARE(JumpEqRK, RA, KB, ==, EqualValues, true);
+  COMPARE(JumpNotEqRR, RA, RB, ==, EqualValues, false);
+  COMPARE(JumpNotEqRK, RA, KB, ==, EqualValues, false);
+  COMPARE_ORDER(JumpLt, <, LessThan, true);
+  COMPARE_ORDER(JumpLe, <=, LessEqual, true);
+  COMPARE_ORDER(JumpNotLt, <, LessThan, false);
+  COMPARE_ORDER(JumpNotLe, <=, LessEqual, false);
+  CODE_OF(CompareKK) {
+    const VmInstruction word =
+        closure->proto->code[static_cast<std::size_t>(pc - 1 - closure->proto->ops.begin())];
+    SAVE;
+    const VmValue b = *RK(opB(word));
+    const VmValue c = *RK(opC(word));
+    const bool holds = opCode(word) == OP_EQ   ? EqualValues(state, b, c)
+                       : opCode(word) == OP_LT ? LessThan(state, b, c)
+                                               : LessEqual(state, b, c);
+    JUMP_IF(holds == (opA(word) != 0));
+  }
+  CODE_OF(JumpIfTrue) {
+    const VmValue value = *RB;
+    const bool isTrue = !IsFalse(value);
+    if (isTrue) *RA = value;
+    JUMP_IF(isTrue);
+  }
+  CODE_OF(JumpIfFalse) {
+    const VmValue value = *RB;
+    const bool isFalse = IsFalse(value);
+    if (isFalse) *RA = value;
+    JUMP_IF(isFalse);
+  }
+
+  CODE_OF(Call) {
+    SAFE_POINT(pc);
+    VmValue* const function = RA;
+    if (B != 0) {
+      state.top = function + B;
+    } else if (state.top <= function) {
+      state.top = function + 1;
+    }
+    SAVE;
+    if (!function->IsFunction()) goto call_other;
+    VmClosure* const callee = function->closure();
+    if (callee->isNative) goto call_native;
+    const VmProto& proto = *callee->proto;
+    if (proto.isVarArg || state.ci == state.lastFrame || (state.hookMask & vmMaskCall) != 0 ||
+        state.stackLast - state.top <= proto.maxStack) [[unlikely]] {
+      goto call_other;
+    }
+    base = function + 1;
+    VmFrame* const frame = ++state.ci;
+    frame->base = state.base = base;
+    VmValue* const top = base + proto.maxStack;
+    frame->top = top;
+    frame->tailCalls = 0;
+    frame->isNative = false;
+    frame->calledFromScript = true;
+    for (VmValue* slot = state.top; slot < top; ++slot) slot->SetNil();
+    state.top = top;
+    closure = callee;
+    constants = proto.constants.items;
+    pc = proto.ops.items;
+    NEXT;
+  }
+  CODE_OF(TailCall) {
+    SAFE_POINT(pc);
+    VmValue* const function = RA;
+    if (B != 0) {
+      state.top = function + B;
+    } else if (state.top <= function) {
+      state.top = function + 1;
+    }
+    SAVE;
+    goto call_other;
+  }
+
+call_other : {
+  const bool isTailCall = pc[-1].op == static_cast<std::uint8_t>(VmCodeOp::TailCall);
+  if (vmPrepareCall(state, RA)) goto call_native;
+  if (isTailCall) {
+    ReuseFrame(state);
+  } else {
+    state.ci->calledFromScript = true;
+  }
+  goto enter;
+}
+
+call_native : {
+  base = state.base;
+  NativeResult result = vmCallNative(state, RA);
+  const int wanted = C - 1;
+  if (result.code != 0) [[unlikely]] {
+    if (result.code == -1 || result.code == -2) {
+      pc = JumpToLabel(state, *closure->proto, pc, result.code);
+    } else {
+      ReportNativeError(state, result.code);
+    }
+    result.first = state.top;
+  }
+  vmPostCall(state, wanted, result.first);
+  if (wanted >= 0) state.top = state.ci->top;
+  RELOAD;
+  NEXT;
+}
+
+  CODE_OF(ReturnSubroutine) {
+    SAVE;
+    pc = PopSubroutine(state, *closure->proto);
+    NEXT;
+  }
+  CODE_OF(ReturnNone) {
+    state.top = RA;
+    goto return_values;
+  }
+  CODE_OF(ReturnOne) {
+    VmFrame* const frame = state.ci;
+    if (state.openUpvalues != nullptr || !frame->calledFromScript ||
+        (state.hookMask & vmMaskReturn) != 0) [[unlikely]] {
+      state.top = RA + 1;
+      goto return_values;
+    }
+    VmValue* place = base - 1;
+    *place++ = *RA;
+    VmFrame* const caller = frame - 1;
+    state.ci = caller;
+    pc = caller->savedPc;
+    state.base = base = caller->base;
+    const int wanted = C - 1;
+    if (wanted == 1) [[likely]] {
+      state.top = caller->top;
+    } else if (wanted < 0) {
+      state.top = place;
+    } else {
+      if (wanted == 0) --place;
+      for (int i = 1; i < wanted; ++i) (place++)->SetNil();
+      state.top = caller->top;
+    }
+    closure = base[-1].closure();
+    constants = closure->proto->constants.items;
+    NEXT;
+  }
+  CODE_OF(Return) {
+    if (B != 0) state.top = RA + B - 1;
+    goto return_values;
+  }
+
+return_values : {
+  VmValue* const firstResult = RA;
+  SAVE;
+  if (state.openUpvalues != nullptr) CloseUpvalues(state, base);
+  if (!state.ci->calledFromScript) return firstResult;
+  const int wanted = state.ci[-1].savedPc[-1].c - 1;
+  vmPostCall(state, wanted, firstResult);
+  if (wanted >= 0) state.top = state.ci->top;
+  goto enter;
+}
+
+  CODE_OF(ForLoop) {
+    VmValue* const loop = RA;
+    if (!loop[0].IsNumber() || !loop[1].IsNumber() || !loop[2].IsNumber()) [[unlikely]] {
+      SAVE;
+      MakeLoopNumbers(state, loop);
+    }
+    const double step = loop[2].number();
+    const double index = loop[0].number() + step;
+    if (step > 0 ? index <= loop[1].number() : index >= loop[1].number()) {
+      pc += JUMP;
+      loop[0].SetNumber(index);
+      SAFE_POINT(pc + 1);
+    }
+    NEXT;
+  }
+  CODE_OF(ForEach) {
+    SAFE_POINT(pc);
+    const int results = B;
+    VmValue* const function = RA + results + 2;
+    for (int i = 0; i < 3; ++i) function[i] = RA[i];
+    state.top = function + 3;
+    SAVE;
+    const int code = vmCallFromScript(state, function, results);
+    if (code != 0) ReportNativeError(state, code);
+    RELOAD;
+    state.top = state.ci->top;
+    const VmValue* from = RA + results + 2;
+    VmValue* const to = RA + 2;
+    for (int i = 0; i < results; ++i) to[i] = from[i];
+    JUMP_IF(!to->IsNil());
+  }
+  CODE_OF(ForPrepare) {
+    VmValue* const loop = RA;
+    if (loop->IsTable()) {
+      loop[1] = loop[0];
+      loop[0] = TableGetString(*state.globalTable, state.globals->nextName);
+    }
+    pc += JUMP;
+    NEXT;
+  }
+
+  CODE_OF(SetList) {
+    SAVE;
+    const auto first = static_cast<int>(INDEX & ~(vmListBatch - 1u));
+    if (!StoreList(state, RA, first, (INDEX & (vmListBatch - 1)) + 1)) return nullptr;
+    NEXT;
+  }
+  CODE_OF(SetListOpen) {
+    SAVE;
+    const std::ptrdiff_t count = state.top - RA - 1;
+    state.top = state.ci->top;
+    if (!StoreList(state, RA, static_cast<int>(INDEX & ~(vmListBatch - 1u)), count)) return nullptr;
+    NEXT;
+  }
+  CODE_OF(Close) {
+    CloseUpvalues(state, RA);
+    NEXT;
+  }
+  CODE_OF(Closure) {
+    const VmProto& proto = *closure->proto;
+    VmProto* const nested = proto.protos[INDEX];
+    SAVE;
+    MakeClosure(state, *closure, nested, RA, base, proto.code.items + (pc - proto.ops.items));
+    vmCheckGC(state);
+    RELOAD;
+    pc += nested->upvalueCount;
+    NEXT;
+  }
+  CODE_OF(Self) {
+    const VmValue object = *RB;
+    const VmValue key = *KC;
+    if (object.IsTable()) [[likely]] {
+      const VmValue found = FieldOf(*object.table(), key, pc[-1].hint);
+      if (!found.IsNil()) [[likely]] {
         RA[1] = object;
-        if (object.IsTable()) [[likely]] {
-          const VmValue& found = TableGetString(*object.table(), key->string());
-          if (!found.IsNil()) {
-            *RA = found;
-            NEXT;
-          }
-        }
-        SAVE;
-        const VmValue value = GetField(state, object, *key, RB, true);
-        RELOAD;
-        *RA = value;
+        *RA = found;
         NEXT;
       }
-      default:
-        NEXT;
     }
+    RA[1] = object;
+    SLOW(GetField(state, object, key, RB, true));
+  }
+  CODE_OF(SelfOther) {
+    const VmValue object = *RB;
+    const VmValue key = *RK(C);
+    if (!key.IsString()) return nullptr;
+    RA[1] = object;
+    SLOW(GetField(state, object, key, RB, true));
+  }
+  CODE_OF(Ignored) {
+    NEXT;
   }
 }
 

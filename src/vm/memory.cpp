@@ -1,5 +1,3 @@
-#include <cstdlib>
-
 #include "vm/state.h"
 
 namespace quillmere {
@@ -7,12 +5,13 @@ namespace quillmere {
 void* vmRealloc(VmState& state, void* block, std::size_t oldSize, std::size_t newSize) {
   VmGlobals& globals = *state.globals;
   if (newSize == 0) {
-    std::free(block);
+    globals.heap.Free(block, oldSize);
     globals.bytesInUse -= oldSize;
     return nullptr;
   }
   if (newSize >= vmMaxBlock) vmThrow(state, Error::OutOfMemory);
-  void* moved = std::realloc(block, newSize);
+  void* moved = block == nullptr ? globals.heap.Allocate(newSize)
+                                 : globals.heap.Resize(block, oldSize, newSize);
   if (moved == nullptr) vmThrow(state, Error::OutOfMemory);
   globals.bytesInUse += newSize - oldSize;
   return moved;

@@ -7,59 +7,47 @@ namespace quillmere {
 namespace {
 
 template <class T>
-T* Link(VmState& state, T* object, Tag kind) {
-  object->kind = kind;
-  object->next = state.globals->allObjects;
-  state.globals->allObjects = object;
-  return object;
-}
-
-std::size_t ClosureSize(bool isNative, std::size_t upvalueCount) {
-  return sizeof(VmClosure) + upvalueCount * (isNative ? sizeof(VmValue) : sizeof(VmUpvalue*));
-}
-
-template <class T>
 void FreeArray(VmState& state, VmArray<T>& array) {
   FreeBlock(state, array.items, array.count);
 }
 
 void FreeProto(VmState& state, VmProto* proto) {
   FreeArray(state, proto->constants);
+  FreeArray(state, proto->ops);
   FreeArray(state, proto->code);
   FreeArray(state, proto->protos);
   FreeArray(state, proto->lineInfo);
   FreeArray(state, proto->locals);
   FreeArray(state, proto->upvalueNames);
-  FreeBlock(state, proto, 1);
 }
 
 }  // namespace
 
 VmClosure* NewScriptClosure(VmState& state, VmProto* proto, VmTable* environment) {
-  const std::size_t size = ClosureSize(false, proto->upvalueCount);
-  auto* closure = ::new (vmRealloc(state, nullptr, 0, size)) VmClosure;
+  auto* closure = ::new (NewCell(state, VmClosure::SizeOf(proto->upvalueCount))) VmClosure;
+  closure->kind = VmKind::Function;
   closure->upvalueCount = proto->upvalueCount;
   closure->environment = environment;
   closure->proto = proto;
   for (int i = 0; i < proto->upvalueCount; ++i) closure->Upvalues()[i] = nullptr;
-  return Link(state, closure, Tag::Function);
+  return closure;
 }
 
 VmClosure* NewNativeClosure(VmState& state, VmNative entry, int upvalueCount) {
-  const std::size_t size = ClosureSize(true, static_cast<std::size_t>(upvalueCount));
-  auto* closure = ::new (vmRealloc(state, nullptr, 0, size)) VmClosure;
+  auto* closure = ::new (NewCell(state, VmClosure::SizeOf(upvalueCount))) VmClosure;
+  closure->kind = VmKind::Function;
   closure->isNative = true;
   closure->upvalueCount = static_cast<std::uint8_t>(upvalueCount);
   closure->environment = state.globalTable;
   closure->entry = entry;
   for (int i = 0; i < upvalueCount; ++i) closure->NativeUpvalues()[i] = VmValue();
-  return Link(state, closure, Tag::Function);
+  return closure;
 }
 
 VmUserdata* NewUserdata(VmState& state, std::size_t size) {
   if (size >= vmMaxBlock - sizeof(VmUserdata)) vmThrow(state, Error::OutOfMemory);
   auto* userdata = ::new (vmRealloc(state, nullptr, 0, sizeof(VmUserdata) + size)) VmUserdata;
-  userdata->kind = Tag::Userdata;
+  userdata->kind = VmKind::Userdata;
   userdata->metatable = state.globals->defaultMeta;
   userdata->size = size;
   userdata->next = state.globals->allUserdata;
@@ -68,7 +56,16 @@ VmUserdata* NewUserdata(VmState& state, std::size_t size) {
 }
 
 VmProto* NewProto(VmState& state) {
-  return Link(state, ::new (NewBlock<VmProto>(state, 1)) VmProto, Tag::Proto);
+  auto* proto = ::new (NewCell(state, sizeof(VmProto))) VmProto;
+  proto->kind = VmKind::Proto;
+  return proto;
+}
+
+VmUpvalue* NewUpvalue(VmState& state) {
+  auto* upvalue = ::new (NewCell(state, sizeof(VmUpvalue))) VmUpvalue;
+  upvalue->kind = VmKind::Upvalue;
+  upvalue->location = &upvalue->closedValue;
+  return upvalue;
 }
 
 VmUpvalue* FindUpvalue(VmState& state, VmValue* level) {
@@ -77,11 +74,11 @@ VmUpvalue* FindUpvalue(VmState& state, VmValue* level) {
     if ((*place)->location == level) return *place;
     place = &(*place)->nextOpen;
   }
-  auto* upvalue = ::new (NewBlock<VmUpvalue>(state, 1)) VmUpvalue;
+  VmUpvalue* upvalue = NewUpvalue(state);
   upvalue->location = level;
   upvalue->nextOpen = *place;
   *place = upvalue;
-  return Link(state, upvalue, Tag::Upvalue);
+  return upvalue;
 }
 
 void CloseUpvalues(VmState& state, const VmValue* level) {
@@ -90,37 +87,32 @@ void CloseUpvalues(VmState& state, const VmValue* level) {
     state.openUpvalues = upvalue->nextOpen;
     upvalue->closedValue = *upvalue->location;
     upvalue->location = &upvalue->closedValue;
-    upvalue->nextOpen = nullptr;
   }
 }
 
-void FreeObject(VmState& state, VmObject* object) {
-  switch (object->kind) {
-    case Tag::String: {
-      auto* string = static_cast<VmString*>(object);
-      vmRealloc(state, string, sizeof(VmString) + string->length + 1, 0);
+void FreeString(VmState& state, VmString* string) {
+  vmRealloc(state, string, VmString::SizeOf(string->length), 0);
+}
+
+void FreeUserdata(VmState& state, VmUserdata* userdata) {
+  vmRealloc(state, userdata, sizeof(VmUserdata) + userdata->size, 0);
+}
+
+void ReleaseObject(VmState& state, VmObject& object) {
+  switch (object.kind) {
+    case VmKind::Table:
+      FreeTable(state, static_cast<VmTable&>(object));
+      state.globals->bytesInUse -= sizeof(VmTable);
       break;
-    }
-    case Tag::Table:
-      FreeTable(state, static_cast<VmTable*>(object));
+    case VmKind::Function:
+      state.globals->bytesInUse -= VmClosure::SizeOf(static_cast<VmClosure&>(object).upvalueCount);
       break;
-    case Tag::Function: {
-      auto* closure = static_cast<VmClosure*>(object);
-      vmRealloc(state, closure, ClosureSize(closure->isNative, closure->upvalueCount), 0);
-      break;
-    }
-    case Tag::Userdata: {
-      auto* userdata = static_cast<VmUserdata*>(object);
-      vmRealloc(state, userdata, sizeof(VmUserdata) + userdata->size, 0);
-      break;
-    }
-    case Tag::Proto:
-      FreeProto(state, static_cast<VmProto*>(object));
-      break;
-    case Tag::Upvalue:
-      FreeBlock(state, static_cast<VmUpvalue*>(object), 1);
+    case VmKind::Proto:
+      FreeProto(state, static_cast<VmProto*>(&object));
+      state.globals->bytesInUse -= sizeof(VmProto);
       break;
     default:
+      state.globals->bytesInUse -= sizeof(VmUpvalue);
       break;
   }
 }

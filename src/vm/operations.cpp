@@ -6,6 +6,7 @@
 
 #include "base/number_text.h"
 #include "base/numbers.h"
+#include "vm/number_digits.h"
 #include "vm/state.h"
 #include "vm/table.h"
 
@@ -39,7 +40,7 @@ void CallStoreEvent(VmState& state, const VmValue& function, const VmValue& obje
 /// What an event's answer means as a truth: nil is false, a number unless it is 0, all else true.
 bool TrueResult(const VmValue& value) {
   if (value.IsNil()) return false;
-  return !value.IsNumber() || value.number != 0;
+  return !value.IsNumber() || value.number() != 0;
 }
 
 [[noreturn]] void MissingField(VmState& state, const VmValue& key) {
@@ -48,7 +49,7 @@ bool TrueResult(const VmValue& value) {
     text = "\"" + std::string(key.string()->View()) + "\"";
   } else if (key.IsNumber()) {
     char digits[32];
-    std::snprintf(digits, sizeof digits, "%g", key.number);
+    std::snprintf(digits, sizeof digits, "%g", key.number());
     text = digits;
   }
   vmRaise(state, Error::FieldNotInitialized, text);
@@ -162,46 +163,34 @@ const VmValue* FindEvent(VmState& state, VmTable& metatable, VmEvent event) {
 const VmValue& EventOf(VmState& state, const VmValue& value, VmEvent event) {
   VmTable* metatable = nullptr;
   if (value.IsTable()) metatable = value.table()->metatable;
-  if (value.tag == Tag::Userdata) metatable = value.userdata()->metatable;
+  if (value.IsUserdata()) metatable = value.userdata()->metatable;
   if (metatable == nullptr) return nilObject;
   return TableGetString(*metatable, state.globals->eventNames[static_cast<std::size_t>(event)]);
 }
 
 const VmValue* ToNumberValue(const VmValue& value, VmValue& scratch) {
-  switch (value.tag) {
-    case Tag::Number:
-      return &value;
-    case Tag::Nil:
-      scratch = VmValue(0.0);
-      return &scratch;
-    case Tag::String: {
-      const auto number = ParseScriptNumber(value.string()->View());
-      if (!number) return nullptr;
-      scratch = VmValue(*number);
-      return &scratch;
-    }
-    default:
-      return nullptr;
+  if (value.IsNumber()) return &value;
+  if (value.IsNil()) {
+    scratch = VmValue(0.0);
+    return &scratch;
   }
+  if (!value.IsString()) return nullptr;
+  const auto number = ParseScriptNumber(value.string()->View());
+  if (!number) return nullptr;
+  scratch = VmValue(*number);
+  return &scratch;
 }
 
 bool ToStringInPlace(VmState& state, VmValue& value) {
-  switch (value.tag) {
-    case Tag::String:
-      return true;
-    case Tag::Number: {
-      char text[32];
-      const int length = std::snprintf(text, sizeof text, "%.14g", value.number);
-      VmString* string = NewString(state, {text, static_cast<std::size_t>(length)});
-      value = VmValue(Tag::String, string);
-      return true;
-    }
-    case Tag::Nil:
-      value = VmValue(Tag::String, NewString(state, {}));
-      return true;
-    default:
-      return false;
+  if (value.IsString()) return true;
+  if (value.IsNumber()) {
+    const NumberDigits text(value.number());
+    value = VmValue::String(NewString(state, text.View()));
+    return true;
   }
+  if (!value.IsNil()) return false;
+  value = VmValue::String(NewString(state, {}));
+  return true;
 }
 
 VmValue GetTableEntry(VmState& state, VmValue object, VmValue key, const VmValue* place, int loop) {
@@ -253,7 +242,7 @@ VmValue GetMissingGlobal(VmState& state, VmTable& environment, VmValue key) {
   const VmValue* index = FastEvent(state, *environment.metatable, VmEvent::Index);
   if (index == nullptr) return VmValue();
   const VmValue event = *index;
-  const VmValue table(Tag::Table, &environment);
+  const VmValue table = VmValue::Table(&environment);
   if (event.IsFunction()) return CallEvent(state, event, table, key);
   return GetTableEntry(state, event, key, nullptr);
 }
@@ -286,7 +275,7 @@ VmValue Arithmetic(VmState& state, VmValue a, VmValue b, VmOp op) {
   const VmValue* left = ToNumberValue(a, scratchA);
   const VmValue* right = ToNumberValue(b, scratchB);
   if (left != nullptr && right != nullptr) {
-    return VmValue(Compute(state, left->number, right->number, op));
+    return VmValue(Compute(state, left->number(), right->number(), op));
   }
   VmValue event = EventOf(state, a, EventOfOp(op));
   if (event.IsNil()) event = EventOf(state, b, EventOfOp(op));
@@ -296,14 +285,14 @@ VmValue Arithmetic(VmState& state, VmValue a, VmValue b, VmOp op) {
 
 VmValue Negate(VmState& state, VmValue a) {
   VmValue scratch;
-  if (const VmValue* number = ToNumberValue(a, scratch)) return VmValue(-number->number);
+  if (const VmValue* number = ToNumberValue(a, scratch)) return VmValue(-number->number());
   return CallUnaryEvent(state, a, VmEvent::Unm);
 }
 
 VmValue Complement(VmState& state, VmValue a) {
   VmValue scratch;
   if (const VmValue* number = ToNumberValue(a, scratch)) {
-    return VmValue(static_cast<double>(~ToUInt32(number->number)));
+    return VmValue(static_cast<double>(~ToUInt32(number->number())));
   }
   return CallUnaryEvent(state, a, VmEvent::Not);
 }
@@ -312,37 +301,37 @@ bool EqualValues(VmState& state, const VmValue& a, const VmValue& b) {
   if (a.IsNil() || b.IsNil()) {
     const VmValue& other = a.IsNil() ? b : a;
     if (other.IsNil()) return true;
-    if (other.IsNumber()) return other.number == 0;
+    if (other.IsNumber()) return other.number() == 0;
     return other.IsString() && other.string()->length == 0;
   }
-  if (a.tag != b.tag) CannotCompare(state, a, b);
+  if (a.Type() != b.Type()) CannotCompare(state, a, b);
   if (EqualRaw(a, b)) return true;
-  if (!a.IsTable() && a.tag != Tag::Userdata) return false;
+  if (!a.IsTable() && !a.IsUserdata()) return false;
   const VmValue event = SharedEvent(state, a, b, VmEvent::Eq);
   return event.IsFunction() && TrueResult(CallEvent(state, event, a, b));
 }
 
 bool LessThan(VmState& state, const VmValue& a, const VmValue& b) {
-  if (a.IsNumber() && b.IsNumber()) return a.number < b.number;
+  if (a.IsNumber() && b.IsNumber()) return a.number() < b.number();
   if (a.IsString() && b.IsString()) return CompareStrings(*a.string(), *b.string()) < 0;
-  if (a.IsNil() && b.IsNumber()) return 0 < b.number;
+  if (a.IsNil() && b.IsNumber()) return 0 < b.number();
   if (a.IsNil() && (b.IsString() || b.IsNil())) return false;
-  if (a.IsNumber() && b.IsNil()) return a.number < 0;
+  if (a.IsNumber() && b.IsNil()) return a.number() < 0;
   if (a.IsString() && b.IsNil()) return false;
-  if (a.tag != b.tag) CannotCompare(state, a, b);
+  if (a.Type() != b.Type()) CannotCompare(state, a, b);
   const VmValue event = SharedEvent(state, a, b, VmEvent::Lt);
   if (!event.IsFunction()) vmRaise(state, Error::WrongOperator);
   return TrueResult(CallEvent(state, event, a, b));
 }
 
 bool LessEqual(VmState& state, const VmValue& a, const VmValue& b) {
-  if (a.IsNumber() && b.IsNumber()) return a.number <= b.number;
+  if (a.IsNumber() && b.IsNumber()) return a.number() <= b.number();
   if (a.IsString() && b.IsString()) return CompareStrings(*a.string(), *b.string()) <= 0;
-  if (a.IsNil() && b.IsNumber()) return 0 <= b.number;
+  if (a.IsNil() && b.IsNumber()) return 0 <= b.number();
   if (a.IsNil() && (b.IsString() || b.IsNil())) return b.IsNil();
-  if (a.IsNumber() && b.IsNil()) return a.number <= 0;
+  if (a.IsNumber() && b.IsNil()) return a.number() <= 0;
   if (a.IsString() && b.IsNil()) return false;
-  if (a.tag != b.tag) CannotCompare(state, a, b);
+  if (a.Type() != b.Type()) CannotCompare(state, a, b);
   VmValue event = SharedEvent(state, a, b, VmEvent::Le);
   if (event.IsFunction()) return TrueResult(CallEvent(state, event, a, b));
   event = SharedEvent(state, b, a, VmEvent::Lt);
@@ -367,7 +356,7 @@ int JoinTexts(VmState& state, int count, VmValue* last) {
   std::string& buffer = state.globals->sharedBuffer;
   buffer.clear();
   for (int i = joined; i-- > 0;) buffer += last[-i].string()->View();
-  last[1 - joined] = VmValue(Tag::String, NewString(state, buffer));
+  last[1 - joined] = VmValue::String(NewString(state, buffer));
   return joined;
 }
 

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "vm/image.h"
+#include "vm/prepare.h"
 #include "vm/table.h"
 
 namespace quillmere {
@@ -20,6 +21,7 @@ static_assert(std::size(eventNames) == static_cast<std::size_t>(VmEvent::Count))
 void MakeStack(VmState& state) {
   state.frames = std::make_unique<VmFrame[]>(vmInitialFrames);
   state.frameCount = vmInitialFrames;
+  state.lastFrame = state.frames.get() + vmInitialFrames - 1;
   state.ci = state.frames.get();
   state.stack = NewBlock<VmValue>(state, vmInitialStack);
   state.stackSize = vmInitialStack;
@@ -43,6 +45,8 @@ void MakeContents(VmState& state) {
     globals.eventNames[i] = NewString(state, eventNames[i]);
     globals.eventNames[i]->marked |= markFixed;
   }
+  globals.nextName = NewString(state, "next");
+  globals.nextName->marked |= markFixed;
   constexpr std::size_t firstThreshold = 4;
   globals.gcThreshold = firstThreshold * globals.bytesInUse;
 }
@@ -79,6 +83,7 @@ class Instantiation {
     proto->maxStack = function.maxStack;
     proto->code = NewArray<VmInstruction>(state_, function.code.size());
     std::ranges::copy(function.code, proto->code.items);
+    proto->ops = NewArray<VmCode>(state_, function.code.size());
     proto->lineInfo = NewArray<std::int32_t>(state_, function.lines.size());
     std::ranges::copy(function.lines, proto->lineInfo.items);
     proto->constants = NewArray<VmValue>(state_, function.constants.size());
@@ -88,14 +93,15 @@ class Instantiation {
     proto->protos = NewArray<VmProto*>(state_, function.functions.size());
     std::ranges::transform(function.functions, proto->protos.items,
                            [this](const ImageFunction& nested) { return Make(nested); });
+    PrepareCode(*proto);
     return proto;
   }
 
  private:
   VmValue Constant(const ImageConstant& constant) {
-    if (const auto* number = std::get_if<double>(&constant)) return VmValue(*number);
+    if (const auto* number = std::get_if<double>(&constant)) return VmValue::ForeignNumber(*number);
     if (const auto* text = std::get_if<std::string>(&constant)) {
-      return VmValue(Tag::String, NewString(state_, *text));
+      return VmValue::String(NewString(state_, *text));
     }
     return VmValue();
   }
@@ -132,7 +138,7 @@ ImageFunction Describe(const VmProto& proto) {
   }
   for (const VmValue& constant : proto.constants) {
     if (constant.IsNumber()) {
-      function.constants.emplace_back(constant.number);
+      function.constants.emplace_back(constant.number());
     } else if (constant.IsString()) {
       function.constants.emplace_back(std::string(constant.string()->View()));
     } else {
@@ -155,7 +161,6 @@ std::string_view ShownChunkName(std::string_view name) {
 VmState* vmOpen(Host& host) {
   auto state = std::make_unique<VmState>();
   auto globals = std::make_unique<VmGlobals>(host);
-  state->kind = Tag::Thread;
   state->globals = globals.release();
   VmState* opened = state.release();
   if (vmProtectedRun(*opened, [&] { MakeContents(*opened); }) == 0) return opened;
@@ -187,14 +192,9 @@ Status vmLoadImage(VmState& state, std::span<const std::uint8_t> image,
     VmClosure* closure = NewScriptClosure(state, proto, state.globalTable);
     for (int i = 0; i < proto->upvalueCount; ++i) {
       // A function that stands by itself shares its variables with nobody.
-      auto* upvalue = ::new (NewBlock<VmUpvalue>(state, 1)) VmUpvalue;
-      upvalue->kind = Tag::Upvalue;
-      upvalue->location = &upvalue->closedValue;
-      upvalue->next = state.globals->allObjects;
-      state.globals->allObjects = upvalue;
-      closure->Upvalues()[i] = upvalue;
+      closure->Upvalues()[i] = NewUpvalue(state);
     }
-    *state.top++ = VmValue(Tag::Function, closure);
+    *state.top++ = VmValue::Function(closure);
   });
   if (code != 0) return Fail(static_cast<Error>(code));
   vmCheckGC(state);

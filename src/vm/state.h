@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "vm/heap.h"
 #include "vm/limits.h"
-#include "vm/value.h"
+#include "vm/object.h"
 #include "vm/vm.h"
 
 namespace quillmere {
@@ -48,7 +49,7 @@ struct VmFrame {
   /// The end of the frame.
   VmValue* top = nullptr;
   /// The next instruction, valid while another frame runs or a call can look.
-  const VmInstruction* savedPc = nullptr;
+  VmCode* savedPc = nullptr;
   /// Tail calls that were lost behind this frame.
   std::int32_t tailCalls = 0;
   bool isNative = false;
@@ -63,15 +64,17 @@ struct VmGlobals {
   explicit VmGlobals(Host& programHost) : host(programHost) {}
 
   Host& host;
+  VmHeap heap;
 
   std::vector<VmString*> buckets;
   std::size_t stringCount = 0;
 
-  VmObject* allObjects = nullptr;
-  VmObject* allUserdata = nullptr;
-  VmObject* toFinalize = nullptr;
+  VmUserdata* allUserdata = nullptr;
+  VmUserdata* toFinalize = nullptr;
   std::size_t gcThreshold = 0;
   std::size_t bytesInUse = 0;
+  /// Collect wherever a collection may happen.
+  bool collectAlways = vmCollectAlways;
   bool collecting = false;
   std::vector<VmObject*> gray;
 
@@ -81,13 +84,13 @@ struct VmGlobals {
   VmTable* defaultMeta = nullptr;
   VmNode dummyNode;
   std::array<VmString*, static_cast<std::size_t>(VmEvent::Count)> eventNames{};
+  /// The name of the global that walks a bare table.
+  VmString* nextName = nullptr;
 
   /// Return addresses of subroutine calls.
-  std::vector<const VmInstruction*> subroutines;
-  /// The instruction behind the last call, as an index.
-  std::int32_t currentPc = 0;
-  /// How far a native that asks for a jump wants to go from there.
-  std::int32_t labelJumpOffset = 0;
+  std::vector<VmCode*> subroutines;
+  /// The instruction of the main chunk that a native wants to go on at; -1 for none.
+  std::int32_t pendingJump = -1;
 
   std::vector<VmLibraryEntry> libraries;
   VmErrorPosition position;
@@ -96,7 +99,7 @@ struct VmGlobals {
   VmNative lastErrorReader = nullptr;
 };
 
-struct VmState : VmObject {
+struct VmState {
   VmValue* top = nullptr;
   VmValue* base = nullptr;
   VmFrame* ci = nullptr;
@@ -108,6 +111,8 @@ struct VmState : VmObject {
   std::int32_t stackSize = 0;
   std::unique_ptr<VmFrame[]> frames;
   std::int32_t frameCount = 0;
+  /// The last record of `frames`.
+  VmFrame* lastFrame = nullptr;
   std::int32_t nativeCalls = 0;
   /// Protected calls in force, one inside the other.
   std::int32_t protectedRegions = 0;
@@ -120,8 +125,6 @@ struct VmState : VmObject {
   /// Calls and backward jumps until the line hook is looked at again.
   std::int32_t linePatience = vmLineHookInterval;
   bool allowHook = true;
-
-  [[nodiscard]] VmFrame* FramesEnd() const { return frames.get() + frameCount; }
 };
 
 [[nodiscard]] inline std::ptrdiff_t SaveStack(const VmState& state, const VmValue* place) {
@@ -141,6 +144,14 @@ struct VmState : VmObject {
 /// The only door to memory: new size 0 frees. Keeps the account; a failure throws `OutOfMemory`.
 void* vmRealloc(VmState& state, void* block, std::size_t oldSize, std::size_t newSize);
 
+/// A cell for an object, whose size is charged to the account.
+inline void* NewCell(VmState& state, std::size_t size) {
+  void* cell = state.globals->heap.AllocateCell(size);
+  if (cell == nullptr) vmThrow(state, Error::OutOfMemory);
+  state.globals->bytesInUse += size;
+  return cell;
+}
+
 template <class T>
 T* NewBlock(VmState& state, std::size_t count) {
   if (count > vmMaxBlock / sizeof(T)) vmThrow(state, Error::OutOfMemory);
@@ -156,6 +167,7 @@ void FreeBlock(VmState& state, T* block, std::size_t count) {
 VmString* NewString(VmState& state, std::string_view bytes);
 /// Walks the strings piece by piece between zeros: below, equal or above 0.
 [[nodiscard]] int CompareStrings(const VmString& a, const VmString& b);
+void FreeString(VmState& state, VmString* string);
 void ResizeStringTable(VmState& state, std::size_t size);
 
 // ---- objects.cpp
@@ -164,10 +176,14 @@ void ResizeStringTable(VmState& state, std::size_t size);
 [[nodiscard]] VmClosure* NewNativeClosure(VmState& state, VmNative entry, int upvalueCount);
 [[nodiscard]] VmUserdata* NewUserdata(VmState& state, std::size_t size);
 [[nodiscard]] VmProto* NewProto(VmState& state);
+/// A closed upvalue that holds nil.
+[[nodiscard]] VmUpvalue* NewUpvalue(VmState& state);
 VmUpvalue* FindUpvalue(VmState& state, VmValue* level);
 /// Closes the upvalues at or above `level`.
 void CloseUpvalues(VmState& state, const VmValue* level);
-void FreeObject(VmState& state, VmObject* object);
+/// Lets go of what an object in a cell owns, and takes it off the account.
+void ReleaseObject(VmState& state, VmObject& object);
+void FreeUserdata(VmState& state, VmUserdata* userdata);
 
 // ---- collector.cpp
 
@@ -181,11 +197,10 @@ void FreeAllObjects(VmState& state);
 
 // ---- calls.cpp
 
-enum class PreCallKind { Script, Native, Jump };
-struct PreCall {
-  PreCallKind kind = PreCallKind::Script;
-  VmValue* firstResult = nullptr;
-  /// A native's error code, or -1 or -2 for a jump.
+/// What a native handed back: its results lie from `first` up to the top; else `code` is an error
+/// code, or -1 or -2 for a jump, and there are none.
+struct NativeResult {
+  VmValue* first = nullptr;
   int code = 0;
 };
 
@@ -195,13 +210,18 @@ inline void EnsureStack(VmState& state, int slots) {
 }
 void ResizeStack(VmState& state, int size);
 void ResizeFrames(VmState& state, int count);
-/// Prepares a call of the function below its arguments: a script function gets its frame, a native
-/// runs.
-PreCall vmPreCall(VmState& state, VmValue* function);
+/// Prepares a call of the function below its arguments: a script function gets its frame. True for
+/// a native, which is left to `vmCallNative`; an event that was put below the arguments may have
+/// moved the stack.
+[[nodiscard]] bool vmPrepareCall(VmState& state, VmValue* function);
+/// Runs a native in a frame of its own, which stays for `vmPostCall`.
+[[nodiscard]] NativeResult vmCallNative(VmState& state, VmValue* function);
 /// Drops the frame and moves the results to the function's place.
 void vmPostCall(VmState& state, int wanted, VmValue* firstResult);
 /// Calls through a new activation; the code of a native, or 0.
 int vmCallAt(VmState& state, VmValue* function, int wanted);
+/// The same for the interpreter's own calls of any function, which no native stands behind.
+int vmCallFromScript(VmState& state, VmValue* function, int wanted);
 /// Runs `body`; the code that it threw, or 0, with the state as it was at the start but for the
 /// top.
 template <class Body>
@@ -273,11 +293,8 @@ void TraceCall(VmState& state);
 // ---- inline parts
 
 inline void vmCheckGC(VmState& state) {
-#ifdef QUILLMERE_COLLECT_ALWAYS
-  vmCollect(state);
-#else
-  if (state.globals->bytesInUse >= state.globals->gcThreshold) vmCollect(state);
-#endif
+  if (state.globals->bytesInUse >= state.globals->gcThreshold) [[unlikely]]
+    vmCollect(state);
 }
 
 template <class Body>

@@ -22,7 +22,7 @@ void ResizeStringTable(VmState& state, std::size_t size) {
   std::vector<VmString*> buckets(size, nullptr);
   for (VmString* chain : globals.buckets) {
     while (chain != nullptr) {
-      auto* next = static_cast<VmString*>(chain->next);
+      VmString* next = chain->next;
       VmString*& bucket = buckets[chain->hash & (size - 1)];
       chain->next = bucket;
       bucket = chain;
@@ -36,17 +36,16 @@ VmString* NewString(VmState& state, std::string_view bytes) {
   VmGlobals& globals = *state.globals;
   const std::uint32_t hash = HashOf(bytes);
   VmString** bucket = &globals.buckets[hash & (globals.buckets.size() - 1)];
-  for (VmObject* entry = *bucket; entry != nullptr; entry = entry->next) {
-    auto* string = static_cast<VmString*>(entry);
-    if (string->length == bytes.size() &&
+  for (VmString* string = *bucket; string != nullptr; string = string->next) {
+    if (string->hash == hash && string->length == bytes.size() &&
         std::memcmp(string->Bytes(), bytes.data(), bytes.size()) == 0) {
       return string;
     }
   }
-  if (bytes.size() >= vmMaxBlock - sizeof(VmString) - 1) vmThrow(state, Error::OutOfMemory);
-  void* block = vmRealloc(state, nullptr, 0, sizeof(VmString) + bytes.size() + 1);
+  if (bytes.size() >= vmMaxBlock - sizeof(VmString) - 8) vmThrow(state, Error::OutOfMemory);
+  void* block = vmRealloc(state, nullptr, 0, VmString::SizeOf(bytes.size()));
   auto* string = ::new (block) VmString;
-  string->kind = Tag::String;
+  string->kind = VmKind::String;
   string->hash = hash;
   string->length = static_cast<std::uint32_t>(bytes.size());
   if (!bytes.empty()) std::memcpy(string->Bytes(), bytes.data(), bytes.size());

@@ -9,40 +9,28 @@ namespace {
 
 /// The number as a key of the array part, or 0 when it cannot be one.
 int ArrayKey(double key) {
-  if (!(key >= 1 && key <= 1 << vmMaxTableExponent)) return 0;
-  const int index = static_cast<int>(key);
-  return index == key ? index : 0;
+  std::int32_t index = 0;
+  return ToExactInt(key, index) && index >= 1 && index <= 1 << vmMaxTableExponent ? index : 0;
 }
 
-VmNode* NodeAt(const VmTable& table, std::size_t index) {
-  return table.nodes + index;
-}
-
-std::size_t HashOfNumber(double key, std::uint32_t nodeCount) {
+std::uint32_t HashOfNumber(const VmTable& table, double key) {
   const auto bits = std::bit_cast<std::uint64_t>(key + 1.0);
   const std::uint32_t sum =
       static_cast<std::uint32_t>(bits) + static_cast<std::uint32_t>(bits >> 32);
-  return sum % ((nodeCount - 1) | 1);
+  return sum % (table.nodeMask | 1);
 }
 
-VmNode* MainPosition(const VmTable& table, const VmValue& key) {
-  const std::uint32_t count = table.NodeCount();
-  switch (key.tag) {
-    case Tag::String:
-      return NodeAt(table, key.string()->hash & (count - 1));
-    case Tag::Boolean:
-      return NodeAt(table, static_cast<std::uint32_t>(key.boolean) & (count - 1));
-    case Tag::Number:
-      return NodeAt(table, HashOfNumber(key.number, count));
-    default:
-      return NodeAt(table, reinterpret_cast<std::uintptr_t>(key.pointer) % ((count - 1) | 1));
-  }
+VmNode* MainPosition(const VmTable& table, VmValue key) {
+  if (key.IsString()) return table.nodes + (key.string()->hash & table.nodeMask);
+  if (key.IsNumber()) return table.nodes + HashOfNumber(table, key.number());
+  if (key.IsBoolean()) return table.nodes + (key.boolean() ? 1 & table.nodeMask : 0);
+  return table.nodes + reinterpret_cast<std::uintptr_t>(key.pointer()) % (table.nodeMask | 1);
 }
 
 const VmValue& FindNumber(const VmTable& table, double key) {
-  const VmNode* node = NodeAt(table, HashOfNumber(key, table.NodeCount()));
+  const VmNode* node = table.nodes + HashOfNumber(table, key);
   do {
-    if (node->key.tag == Tag::Number && node->key.number == key) return node->value;
+    if (node->key.IsNumber() && node->key.number() == key) return node->value;
     node = node->next;
   } while (node != nullptr);
   return nilObject;
@@ -56,17 +44,20 @@ void SetArraySize(VmState& state, VmTable& table, int size) {
   table.arraySize = size;
 }
 
-void SetNodes(VmState& state, VmTable& table, int log2NodeCount, bool isEmpty) {
+/// Gives the table fresh nodes, or with 0 the shared empty one.
+void SetNodes(VmState& state, VmTable& table, int log2NodeCount) {
   if (log2NodeCount > vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
-  table.log2NodeCount = static_cast<std::uint8_t>(log2NodeCount);
-  if (isEmpty) {
-    table.nodes = table.lastFree = &state.globals->dummyNode;
-    return;
+  if (log2NodeCount == 0) {
+    table.nodes = &state.globals->dummyNode;
+    table.nodeMask = 0;
+  } else {
+    const std::size_t count = std::size_t{1} << log2NodeCount;
+    table.nodes = NewBlock<VmNode>(state, count);
+    for (std::size_t i = 0; i < count; ++i) table.nodes[i] = VmNode();
+    table.nodeMask = static_cast<std::uint32_t>(count - 1);
   }
-  const std::size_t count = table.NodeCount();
-  table.nodes = NewBlock<VmNode>(state, count);
-  for (std::size_t i = 0; i < count; ++i) table.nodes[i] = VmNode();
-  table.lastFree = table.nodes + count - 1;
+  table.log2NodeCount = static_cast<std::uint8_t>(log2NodeCount);
+  table.lastFree = table.nodeMask;
 }
 
 /// How many keys are in use, by powers of two.
@@ -75,9 +66,9 @@ struct KeyCount {
   int integers = 0;
   int all = 0;
 
-  void Add(const VmValue& key) {
+  void Add(VmValue key) {
     ++all;
-    const int index = key.tag == Tag::Number ? ArrayKey(key.number) : 0;
+    const int index = key.IsNumber() ? ArrayKey(key.number()) : 0;
     if (index == 0) return;
     ++integers;
     ++nums[std::bit_width(static_cast<unsigned>(index - 1))];
@@ -104,12 +95,12 @@ int BestArraySize(const KeyCount& count, int& inArray) {
 void Resize(VmState& state, VmTable& table, int arraySize, int hashKeys) {
   const int oldArraySize = table.arraySize;
   VmNode* const oldNodes = table.nodes;
-  const bool hadNodes = oldNodes != &state.globals->dummyNode;
+  const bool hadNodes = table.HasNodes();
   const std::size_t oldCount = hadNodes ? table.NodeCount() : 0;
   const int exponent = hashKeys > 0 ? std::bit_width(static_cast<unsigned>(hashKeys)) : 0;
   if (exponent > vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
   if (arraySize > oldArraySize) SetArraySize(state, table, arraySize);
-  SetNodes(state, table, exponent, hashKeys == 0);
+  SetNodes(state, table, exponent);
   if (arraySize < oldArraySize) {
     table.arraySize = arraySize;
     for (int i = arraySize; i < oldArraySize; ++i) {
@@ -125,49 +116,29 @@ void Resize(VmState& state, VmTable& table, int arraySize, int hashKeys) {
   if (hadNodes) FreeBlock(state, oldNodes, oldCount);
 }
 
-void Rehash(VmState& state, VmTable& table) {
+KeyCount CountKeys(const VmTable& table) {
   KeyCount count;
   for (int i = 0; i < table.arraySize; ++i) {
     if (!table.array[i].IsNil()) count.Add(VmValue(static_cast<double>(i + 1)));
   }
-  for (std::size_t i = 0; i < table.NodeCount(); ++i) {
+  for (std::uint32_t i = 0; i < table.NodeCount(); ++i) {
     const VmNode& node = table.nodes[i];
     if (!node.value.IsNil()) count.Add(node.key);
   }
+  return count;
+}
+
+void ResizeFor(VmState& state, VmTable& table, const KeyCount& count) {
   int inArray = 0;
   const int arraySize = BestArraySize(count, inArray);
   Resize(state, table, arraySize, count.all - inArray);
 }
 
-VmValue& Insert(VmState& state, VmTable& table, const VmValue& key);
-
-/// Counts the new key into a bigger table and looks it up there.
-VmValue& InsertByRehash(VmState& state, VmTable& table, const VmValue& key, VmNode& place) {
-  place.value = VmValue(1.0);
-  Rehash(state, table);
-  auto& slot = const_cast<VmValue&>(TableGet(table, key));
-  slot.SetNil();
-  return slot;
-}
-
-VmValue& Insert(VmState& state, VmTable& table, const VmValue& key) {
-  if (table.nodes == &state.globals->dummyNode) {
-    // The shared node cannot take a key: the table gets nodes of its own first.
-    KeyCount count;
-    for (int i = 0; i < table.arraySize; ++i) {
-      if (!table.array[i].IsNil()) count.Add(VmValue(static_cast<double>(i + 1)));
-    }
-    count.Add(key);
-    int inArray = 0;
-    const int arraySize = BestArraySize(count, inArray);
-    Resize(state, table, arraySize, count.all - inArray);
-    auto& found = const_cast<VmValue&>(TableGet(table, key));
-    if (&found != &nilObject) return found;
-    return Insert(state, table, key);
-  }
+/// Puts a key into its chain; a key that is in the way and out of place is moved to the free node.
+VmNode& PlaceKey(VmTable& table, VmValue key) {
   VmNode* main = MainPosition(table, key);
   if (!main->value.IsNil()) {
-    VmNode* free = table.lastFree;
+    VmNode* free = table.nodes + table.lastFree;
     VmNode* other = MainPosition(table, main->key);
     if (other != main) {
       while (other->next != main) other = other->next;
@@ -182,12 +153,41 @@ VmValue& Insert(VmState& state, VmTable& table, const VmValue& key) {
     }
   }
   main->key = key;
-  for (;;) {
-    if (table.lastFree->key.IsNil()) return main->value;
-    if (table.lastFree == table.nodes) break;
+  return *main;
+}
+
+/// Moves the mark down to a node that is free; false when none is left.
+bool FindFreeNode(VmTable& table) {
+  while (!table.nodes[table.lastFree].key.IsNil()) {
+    if (table.lastFree == 0) return false;
     --table.lastFree;
   }
-  return InsertByRehash(state, table, key, *main);
+  return true;
+}
+
+/// The slot of a new key, which is neither nil nor NaN.
+VmValue& Insert(VmState& state, VmTable& table, VmValue key) {
+  if (table.HasNodes()) {
+    VmNode& node = PlaceKey(table, key);
+    if (FindFreeNode(table)) return node.value;
+    // So that the new key counts.
+    node.value = VmValue(1.0);
+    ResizeFor(state, table, CountKeys(table));
+  } else {
+    // The shared node cannot take a key: the table gets nodes of its own first.
+    KeyCount count = CountKeys(table);
+    count.Add(key);
+    ResizeFor(state, table, count);
+    const VmValue& found = TableGet(table, key);
+    if (&found == &nilObject) {
+      VmNode& node = PlaceKey(table, key);
+      FindFreeNode(table);
+      return node.value;
+    }
+  }
+  auto& slot = const_cast<VmValue&>(TableGet(table, key));
+  slot.SetNil();
+  return slot;
 }
 
 }  // namespace
@@ -195,58 +195,47 @@ VmValue& Insert(VmState& state, VmTable& table, const VmValue& key) {
 const VmValue nilObject;
 
 VmTable* NewTable(VmState& state, int arraySize, int log2NodeCount) {
-  auto* table = NewBlock<VmTable>(state, 1);
-  *table = VmTable();
-  table->kind = Tag::Table;
+  if (arraySize > 1 << vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
+  auto* table = ::new (NewCell(state, sizeof(VmTable))) VmTable;
+  table->kind = VmKind::Table;
   table->metatable = state.globals->defaultMeta != nullptr ? state.globals->defaultMeta : table;
-  table->nodes = table->lastFree = &state.globals->dummyNode;
-  table->next = state.globals->allObjects;
-  state.globals->allObjects = table;
+  table->nodes = &state.globals->dummyNode;
   if (arraySize > 0) SetArraySize(state, *table, arraySize);
-  if (log2NodeCount > 0) SetNodes(state, *table, log2NodeCount, false);
+  if (log2NodeCount > 0) SetNodes(state, *table, log2NodeCount);
   return table;
 }
 
-void FreeTable(VmState& state, VmTable* table) {
-  if (table->nodes != &state.globals->dummyNode) {
-    FreeBlock(state, table->nodes, table->NodeCount());
-  }
-  FreeBlock(state, table->array, static_cast<std::size_t>(table->arraySize));
-  FreeBlock(state, table, 1);
+void FreeTable(VmState& state, VmTable& table) {
+  if (table.HasNodes()) FreeBlock(state, table.nodes, table.NodeCount());
+  FreeBlock(state, table.array, static_cast<std::size_t>(table.arraySize));
 }
 
 const VmValue& TableGetIntSlow(const VmTable& table, int key) {
   return FindNumber(table, static_cast<double>(key));
 }
 
-const VmValue& TableGet(const VmTable& table, const VmValue& key) {
-  switch (key.tag) {
-    case Tag::String:
-      return TableGetString(table, key.string());
-    case Tag::Number: {
-      const int index = ArrayKey(key.number);
-      if (index != 0 && index <= table.arraySize) return table.array[index - 1];
-      return FindNumber(table, key.number);
-    }
-    case Tag::Nil:
-      return FindNumber(table, 0);
-    default:
-      break;
+const VmValue& TableGet(const VmTable& table, VmValue key) {
+  if (key.IsString()) return TableGetString(table, key.string());
+  if (key.IsNumber()) {
+    std::int32_t index = 0;
+    if (ToExactInt(key.number(), index)) return TableGetInt(table, index);
+    return FindNumber(table, key.number());
   }
+  if (key.IsNil()) return FindNumber(table, 0);
   const VmNode* node = MainPosition(table, key);
   do {
-    if (EqualRaw(node->key, key)) return node->value;
+    if (node->key == key) return node->value;
     node = node->next;
   } while (node != nullptr);
   return nilObject;
 }
 
-VmValue& TableSet(VmState& state, VmTable& table, const VmValue& key) {
+VmValue& TableSet(VmState& state, VmTable& table, VmValue key) {
   table.absentEvents = 0;
   const VmValue& found = TableGet(table, key);
   if (&found != &nilObject) return const_cast<VmValue&>(found);
   if (key.IsNil()) return Insert(state, table, VmValue(0.0));
-  if (key.IsNumber() && std::isnan(key.number)) vmRaise(state, Error::TableIndexIsNaN);
+  if (key.IsNumber() && std::isnan(key.number())) vmRaise(state, Error::TableIndexIsNaN);
   return Insert(state, table, key);
 }
 
@@ -261,24 +250,19 @@ VmValue& TableSetString(VmState& state, VmTable& table, VmString* key) {
   table.absentEvents = 0;
   const VmValue& found = TableGetString(table, key);
   if (&found != &nilObject) return const_cast<VmValue&>(found);
-  return Insert(state, table, VmValue(Tag::String, key));
+  return Insert(state, table, VmValue::String(key));
 }
 
 bool TableNext(VmState& state, const VmTable& table, VmValue* slot) {
   std::size_t at = 0;
   const auto arraySize = static_cast<std::size_t>(table.arraySize);
   if (!slot->IsNil()) {
-    const int index = slot->IsNumber() ? ArrayKey(slot->number) : 0;
+    const int index = slot->IsNumber() ? ArrayKey(slot->number()) : 0;
     if (index != 0 && index <= table.arraySize) {
       at = static_cast<std::size_t>(index);
     } else {
       const VmNode* node = MainPosition(table, *slot);
-      const auto matches = [&](const VmNode& entry) {
-        return EqualRaw(entry.key, *slot) ||
-               (entry.key.tag == Tag::DeadKey && slot->IsCollectable() &&
-                entry.key.pointer == slot->pointer);
-      };
-      while (node != nullptr && !matches(*node)) node = node->next;
+      while (node != nullptr && !EqualRaw(node->key, *slot)) node = node->next;
       if (node == nullptr) vmRaise(state, Error::InvalidNextKey);
       at = arraySize + static_cast<std::size_t>(node - table.nodes) + 1;
     }

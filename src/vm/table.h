@@ -9,10 +9,11 @@
 namespace quillmere {
 
 [[nodiscard]] VmTable* NewTable(VmState& state, int arraySize, int log2NodeCount);
-void FreeTable(VmState& state, VmTable* table);
+/// Lets go of what the table owns; its cell is the heap's.
+void FreeTable(VmState& state, VmTable& table);
 
 /// The value of a key, or the nil object. A nil key is the key 0.
-[[nodiscard]] const VmValue& TableGet(const VmTable& table, const VmValue& key);
+[[nodiscard]] const VmValue& TableGet(const VmTable& table, VmValue key);
 [[nodiscard]] const VmValue& TableGetIntSlow(const VmTable& table, int key);
 
 [[nodiscard]] inline const VmValue& TableGetInt(const VmTable& table, int key) {
@@ -22,18 +23,29 @@ void FreeTable(VmState& state, VmTable* table);
   return TableGetIntSlow(table, key);
 }
 
-[[nodiscard]] inline const VmValue& TableGetString(const VmTable& table, const VmString* key) {
-  const VmNode* node = table.nodes + (key->hash & (table.NodeCount() - 1));
-  do {
-    if (node->key.object == key && node->key.tag == Tag::String) return node->value;
-    node = node->next;
-  } while (node != nullptr);
-  return nilObject;
+/// The node of a string key, or null.
+[[nodiscard]] inline VmNode* FindStringNode(const VmTable& table, VmString* key) {
+  const VmValue wanted = VmValue::String(key);
+  VmNode* node = table.nodes + (key->hash & table.nodeMask);
+  while (node != nullptr && node->key != wanted) node = node->next;
+  return node;
+}
+
+[[nodiscard]] inline const VmValue& TableGetString(const VmTable& table, VmString* key) {
+  const VmNode* node = FindStringNode(table, key);
+  return node != nullptr ? node->value : nilObject;
+}
+
+/// The number as a 32-bit integer, when it is exactly one.
+[[nodiscard]] inline bool ToExactInt(double number, std::int32_t& integer) {
+  // Adding 3 times 2 to the 51 moves an integer into the low bits, whatever its sign.
+  integer = static_cast<std::int32_t>(std::bit_cast<std::uint64_t>(number + 6755399441055744.0));
+  return integer == number;
 }
 
 /// The slot of a key, made when it is not there. Forgets which events are absent. Raises
 /// `TableIndexIsNaN`, `TableOverflow`.
-[[nodiscard]] VmValue& TableSet(VmState& state, VmTable& table, const VmValue& key);
+[[nodiscard]] VmValue& TableSet(VmState& state, VmTable& table, VmValue key);
 [[nodiscard]] VmValue& TableSetInt(VmState& state, VmTable& table, int key);
 [[nodiscard]] VmValue& TableSetString(VmState& state, VmTable& table, VmString* key);
 
