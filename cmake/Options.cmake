@@ -1,7 +1,7 @@
 # Compiler flags of the whole project and the switches of a build.
 option(QUILLMERE_TESTS "Build the tests" ON)
 option(QUILLMERE_BENCH "Build the benchmarks" OFF)
-option(QUILLMERE_FUZZ "Build the fuzz targets (clang only)" OFF)
+option(QUILLMERE_FUZZ "Build the fuzz targets" OFF)
 option(QUILLMERE_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
 
 if(NOT CMAKE_BUILD_TYPE)
@@ -31,5 +31,5 @@ else()
   add_link_options(-Wl,-z,relro -Wl,-z,now -pie)
 endif()
 if(QUILLMERE_FUZZ)
-  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_compile_options(-fsanitize-coverage=trace-pc)
 endif()
