@@ -347,10 +347,10 @@ int vmPCall(VmState& state, int argumentCount, int resultCount) {
   int code = 0;
   const int thrown = vmProtectedRun(
       state, [&] { code = vmCallAt(state, RestoreStack(state, place), resultCount); });
-  if (thrown == 0) return code;
+  if (thrown == 0 && code == 0) return 0;
   CloseUpvalues(state, RestoreStack(state, place));
   state.top = RestoreStack(state, place);
-  return thrown;
+  return thrown != 0 ? thrown : code;
 }
 
 void vmSetQuitFlag(VmState& state, bool quit) {

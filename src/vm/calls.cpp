@@ -249,9 +249,7 @@ void vmThrow(VmState& state, Error code) {
 
 void vmRaise(VmState& state, Error code) {
   VmErrorPosition& position = state.globals->position;
-  if (!state.ci->isNative && state.ci != state.frames.get()) {
-    position.line = CurrentLine(*state.ci);
-  }
+  position.line = CurrentLine(*state.ci);
   CollectErrorContext(state);
   vmThrow(state, code);
 }

@@ -13,7 +13,13 @@
 namespace quillmere {
 namespace {
 
-/// Calls a function with two or three values and gives its one result.
+/// Calls the function of an event; a failing native counts as it does in a call of the script.
+void RunEvent(VmState& state, VmValue* place, int wanted) {
+  const int code = vmCallAt(state, place, wanted);
+  if (code != 0) ReportNativeError(state, code);
+}
+
+/// Calls a function with two values and gives its one result.
 VmValue CallEvent(VmState& state, const VmValue& function, const VmValue& a, const VmValue& b) {
   EnsureStack(state, 4);
   VmValue* const place = state.top;
@@ -21,7 +27,7 @@ VmValue CallEvent(VmState& state, const VmValue& function, const VmValue& a, con
   place[1] = a;
   place[2] = b;
   state.top = place + 3;
-  vmCallAt(state, place, 1);
+  RunEvent(state, place, 1);
   return *--state.top;
 }
 
@@ -34,7 +40,7 @@ void CallStoreEvent(VmState& state, const VmValue& function, const VmValue& obje
   place[2] = key;
   place[3] = value;
   state.top = place + 4;
-  vmCallAt(state, place, 0);
+  RunEvent(state, place, 0);
 }
 
 /// What an event's answer means as a truth: nil is false, a number unless it is 0, all else true.

@@ -65,6 +65,16 @@ int SizeByField(VmState& state, int index) {
   return PopSize(state);
 }
 
+/// Whether the running main chunk has that instruction; any will do while none runs.
+bool IsInMainChunk(VmState& state, int instruction) {
+  for (const VmFrame* frame = state.frames.get() + 1; frame <= state.ci; ++frame) {
+    if (frame->isNative) continue;
+    const VmProto& proto = *FunctionOf(*frame)->proto;
+    if (proto.lineDefined == 0) return instruction < static_cast<int>(proto.code.count);
+  }
+  return true;
+}
+
 void PushArgument(VmState& state, const VmArgument& argument) {
   struct Pusher {
     VmState& state;
@@ -265,7 +275,7 @@ int vmFindLabel(VmState& state, std::string_view name) {
     instruction = PopSize(state);
   }
   vmPop(state, 1);
-  return instruction;
+  return IsInMainChunk(state, instruction) ? instruction : -1;
 }
 
 }  // namespace quillmere

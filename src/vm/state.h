@@ -4,6 +4,7 @@
 
 #include <array>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -304,15 +305,17 @@ int vmProtectedRun(VmState& state, Body&& body) {
   const int nativeCalls = state.nativeCalls;
   const bool allowHook = state.allowHook;
   ++state.protectedRegions;
+  Error code = Error::None;
   try {
     body();
-    --state.protectedRegions;
-    return 0;
   } catch (const VmException& exception) {
-    --state.protectedRegions;
-    RecoverState(state, frameOffset, nativeCalls, allowHook, oldTop);
-    return static_cast<int>(exception.code);
+    code = exception.code;
+  } catch (const std::bad_alloc&) {
+    code = Error::OutOfMemory;
   }
+  --state.protectedRegions;
+  if (code != Error::None) RecoverState(state, frameOffset, nativeCalls, allowHook, oldTop);
+  return static_cast<int>(code);
 }
 
 }  // namespace quillmere
