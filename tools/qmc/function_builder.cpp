@@ -36,6 +36,26 @@ void FunctionBuilder::Patch(JumpList& list, int target) {
   list.last = JumpList::none;
 }
 
+void FunctionBuilder::ShortenJumps() {
+  // Jumps may run in circles: an endless loop is one.
+  constexpr int most = 8;
+  const auto isPlainJump = [&](std::int64_t at) {
+    const VmInstruction word = image.code[static_cast<std::size_t>(at)];
+    return opCode(word) == OP_JMP && opMode(word) == 0;
+  };
+  for (std::int64_t at = 0; at < Pc(); ++at) {
+    VmInstruction& word = image.code[static_cast<std::size_t>(at)];
+    if (opCode(word) != OP_JMP) continue;
+    std::int64_t target = at + 1 + opSJ(word);
+    for (int hops = 0; hops < most && isPlainJump(target); ++hops) {
+      target += 1 + opSJ(image.code[static_cast<std::size_t>(target)]);
+    }
+    const std::int64_t distance = target - at - 1;
+    if (distance < -opBiasSJ || distance > opBiasSJ) continue;
+    word = vmEncodeJump(opMode(word), static_cast<int>(distance));
+  }
+}
+
 void FunctionBuilder::PatchLoopJump(int at, int target) {
   const int distance = target - at - 1;
   if (distance > opBiasSBx || distance < -opBiasSBx) {

@@ -54,6 +54,9 @@ class FunctionBuilder {
   int EmitLoopJump(VmOp op, int a) { return Emit(vmEncodeABx(op, a, 0)); }
   void PatchLoopJump(int at, int target);
 
+  /// Leads jumps that land on a jump to where that one goes.
+  void ShortenJumps();
+
   // ---- Constants
   int NumberConstant(double value);
   int StringConstant(Name name, const std::string& text);

@@ -53,6 +53,10 @@ int Generator::AnyRegister(Expr& expr) {
   return expr.kind == ExprKind::Local ? As<LocalExpr>(expr).local->reg : Value(expr, next);
 }
 
+int Generator::AnyRegister(Expr& expr, const Expr& later) {
+  return expr.kind == ExprKind::Local ? EarlyOperand(expr, later) : Value(expr, next);
+}
+
 int Generator::ConstantOperand(int index) {
   if (index <= vmMaxRkConstant) return vmRkConstant(index);
   const int reg = code().Take();
@@ -73,6 +77,14 @@ int Generator::RegisterOrConstant(Expr& expr) {
     default:
       return AnyRegister(expr);
   }
+}
+
+/// An operand that is read only after another one has been worked out. When that may change it,
+/// through a function that has captured it, it is put aside first.
+int Generator::EarlyOperand(Expr& expr, const Expr& later) {
+  const bool mayChange =
+      expr.kind == ExprKind::Local && As<LocalExpr>(expr).local->captured && later.depth > 1;
+  return mayChange ? Value(expr, next) : RegisterOrConstant(expr);
 }
 
 void Generator::LoadNumber(double value, int reg) {
@@ -170,7 +182,7 @@ int Generator::Value(Expr& expr, int target) {
 int Generator::CompileArithmetic(BinaryExpr& expr, int target) {
   if (expr.op == BinaryOp::Concat) return CompileConcat(expr, target);
   const int saved = code().FreeRegister();
-  const int left = RegisterOrConstant(*expr.left);
+  const int left = EarlyOperand(*expr.left, *expr.right);
   const int right = RegisterOrConstant(*expr.right);
   code().Release(saved);
   const int reg = Target(target);
@@ -279,7 +291,7 @@ void Generator::CondJump(Expr& expr, bool when, JumpList& list) {
 }
 
 void Generator::CompareJump(CompareExpr& expr, bool when, JumpList& list) {
-  int left = RegisterOrConstant(*expr.left);
+  int left = EarlyOperand(*expr.left, *expr.right);
   int right = RegisterOrConstant(*expr.right);
   const bool isSwapped = expr.op == CompareOp::Greater || expr.op == CompareOp::GreaterEqual;
   if (isSwapped) std::swap(left, right);
@@ -296,7 +308,7 @@ void Generator::CompareJump(CompareExpr& expr, bool when, JumpList& list) {
 
 int Generator::CompileIndex(IndexExpr& expr, int target) {
   const int saved = code().FreeRegister();
-  const int table = AnyRegister(*expr.table);
+  const int table = AnyRegister(*expr.table, *expr.key);
   const int key = RegisterOrConstant(*expr.key);
   code().Release(saved);
   const int reg = Target(target);
@@ -323,7 +335,7 @@ int Generator::CompileTable(TableExpr& expr) {
   for (const TableItem& item : expr.items) {
     if (item.key != nullptr) {
       const int saved = code().FreeRegister();
-      const int key = RegisterOrConstant(*item.key);
+      const int key = EarlyOperand(*item.key, *item.value);
       const int value = RegisterOrConstant(*item.value);
       code().EmitABC(OP_SETTABLE, reg, key, value);
       code().Release(saved);

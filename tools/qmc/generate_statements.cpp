@@ -61,7 +61,11 @@ ImageFunction Generator::CompileFunction(FunctionNode& node) {
 
 void Generator::FinishFunction(Frame& frame) {
   FunctionBuilder& builder = frame.builder;
-  if (builder.failure != Error::None) diagnostics_.Report(builder.node.position, builder.failure);
+  if (builder.failure != Error::None) {
+    diagnostics_.Report(builder.node.position, builder.failure);
+    return;
+  }
+  builder.ShortenJumps();
   if (!builder.node.hasLabels) return;
   // The registers of such a chunk belong to their variables from the first instruction to the last,
   // and the machine knows a register's name by its place in the list.
@@ -241,8 +245,9 @@ void Generator::CompileAssignOne(Expr& target, Expr& value) {
   }
   if (target.kind == ExprKind::Index) {
     auto& index = As<IndexExpr>(target);
-    const int table = AnyRegister(*index.table);
-    const int key = RegisterOrConstant(*index.key);
+    const Expr& later = value.depth > 1 ? value : *index.key;
+    const int table = AnyRegister(*index.table, later);
+    const int key = EarlyOperand(*index.key, value);
     const int from = RegisterOrConstant(value);
     code().line = target.line;
     code().EmitABC(OP_SETTABLE, table, key, from);

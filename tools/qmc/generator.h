@@ -110,7 +110,9 @@ class Generator {
   // Expressions.
   int Value(Expr& expr, int target);
   int AnyRegister(Expr& expr);
+  int AnyRegister(Expr& expr, const Expr& later);
   int RegisterOrConstant(Expr& expr);
+  int EarlyOperand(Expr& expr, const Expr& later);
   int ConstantOperand(int index);
   int Target(int target) { return target == next ? code().Take() : target; }
   void LoadNumber(double value, int reg);
