@@ -4,6 +4,7 @@
 #include <new>
 
 #include "base/progress.h"
+#include "codecs/picture_reader.h"
 #include "files/applet_loader.h"
 #include "frame/argument_line.h"
 #include "frame/command_line.h"
@@ -11,6 +12,8 @@
 #include "frame/preload.h"
 #include "frame/private_lists.h"
 #include "frame/request.h"
+#include "input/pump.h"
+#include "scene/display.h"
 #include "vm/image.h"
 
 namespace quillmere {
@@ -61,12 +64,14 @@ Status Program::RunToEnd(std::span<const char* const> arguments) {
   const Status loaded = LoadMainChunk();
   host_.flags.scriptPosition = false;
   TRY(loaded);
+  vmSetHook(*machine_, ScriptLineHook, vmMaskLine, 0);
   PrintDone(host_);
   if (clargs.compileRequested) return Fail(Error::CompilationNotPossible);
 
   PrintProgress(host_, MessageId::LoadingApplet, clargs.scriptPath, false);
   TRY(MakeObjectsAndDisplays());
   if (clargs.isApplet) PrintDone(host_);
+  TRY(OpenDisplays(*machine_, files_->applet, clargs.privatePath3));
   return RunMainChunk();
 }
 
@@ -85,6 +90,7 @@ Status Program::Start(std::span<const char* const> arguments) {
   host_.flags.quiet = files_->clargs.quiet;
 
   rooms_.emplace(host_);
+  ServeClipboardPictures(host_);
   rooms_->lib.isAppended = appendedApplet_.has_value();
   FillRegistry();
   return OpenLibraries(*machine_);
@@ -147,6 +153,7 @@ Status Program::MakeObjectsAndDisplays() {
   host_.flags.inPreload = true;
   host_.flags.scriptPosition = true;
   TRY(PreloadObjects(state));
+  TRY(CreateDisplays(state));
   vmErrorPosition(state) = {};
   host_.flags.inPreload = false;
   host_.flags.quiet = files_->clargs.quiet;

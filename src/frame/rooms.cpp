@@ -1,6 +1,9 @@
 #include "frame/rooms.h"
 
+#include "input/libraries.h"
 #include "lib/libraries.h"
+#include "scene/display.h"
+#include "scene/libraries.h"
 
 namespace quillmere {
 namespace {
@@ -9,9 +12,8 @@ using OpenOperation = Status (*)(VmState& state);
 
 /// In the order in which their commands come into the global table.
 constexpr OpenOperation libraries[] = {
-    OpenStringLibrary,
-    OpenMathLibrary,
-    OpenSystemLibrary,
+    OpenStringLibrary, OpenMathLibrary,    OpenGraphicsLibrary, OpenEventLibrary,
+    OpenSystemLibrary, OpenDisplayLibrary, OpenBrushLibrary,    OpenBGPicLibrary,
 };
 
 }  // namespace
@@ -24,6 +26,9 @@ Status OpenLibraries(VmState& state) {
   return {};
 }
 
-void CloseLibraries(VmState&) {}
+void CloseLibraries(VmState& state) {
+  CloseDisplays(vmRoom<SceneState>(state));
+  CloseEventLibrary(state);
+}
 
 }  // namespace quillmere

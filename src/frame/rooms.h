@@ -7,8 +7,10 @@
 #include "base/host.h"
 #include "vm/vm.h"
 
+#include "input/input_state.h"
 #include "lib/lib_state.h"
 #include "pixels/pixels_state.h"
+#include "scene/scene_state.h"
 
 namespace quillmere {
 
@@ -31,9 +33,11 @@ class Entered : public State {
 
 /// One record of each room. They go in the reverse order.
 struct Rooms {
-  explicit Rooms(Host& host) : pixels(host), lib(host) {}
+  explicit Rooms(Host& host) : pixels(host), scene(host, host), input(host, host), lib(host) {}
 
   Entered<PixelsState> pixels;
+  Entered<SceneState> scene;
+  Entered<InputState> input;
   LibState lib;
 };
 
