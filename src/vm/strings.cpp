@@ -37,8 +37,7 @@ VmString* NewString(VmState& state, std::string_view bytes) {
   const std::uint32_t hash = HashOf(bytes);
   VmString** bucket = &globals.buckets[hash & (globals.buckets.size() - 1)];
   for (VmString* string = *bucket; string != nullptr; string = string->next) {
-    if (string->hash == hash && string->length == bytes.size() &&
-        std::memcmp(string->Bytes(), bytes.data(), bytes.size()) == 0) {
+    if (string->hash == hash && std::string_view(string->Bytes(), string->length) == bytes) {
       return string;
     }
   }
