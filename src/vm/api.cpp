@@ -220,6 +220,69 @@ void vmRawSetInt(VmState& state, int index, int key) {
   --state.top;
 }
 
+namespace {
+
+void CopyItem(VmState& state, VmTable& table, int from, int to) {
+  const VmValue entry = TableGetInt(table, from);
+  TableSetInt(state, table, to) = entry;
+}
+
+/// Copies entries to higher indices, last first. What lies in the array part with both indices goes
+/// at once; a copy beside it may enlarge that part.
+void CopyItemsUp(VmState& state, VmTable& table, int from, int to, int count) {
+  const int first = std::max(0, 1 - from);
+  for (int i = count - 1; i >= 0; --i) {
+    if (i < first || to + i > table.arraySize) {
+      CopyItem(state, table, from + i, to + i);
+      continue;
+    }
+    VmValue* const source = table.array + from - 1;
+    std::copy_backward(source + first, source + i + 1, table.array + to + i);
+    table.absentEvents = 0;
+    i = first;
+  }
+}
+
+/// Copies entries to lower indices, first first.
+void CopyItemsDown(VmState& state, VmTable& table, int from, int to, int count) {
+  for (int i = 0; i < count; ++i) {
+    const int end = std::min(count, table.arraySize - from + 1);
+    if (to + i < 1 || i >= end) {
+      CopyItem(state, table, from + i, to + i);
+      continue;
+    }
+    VmValue* const source = table.array + from - 1;
+    std::copy(source + i, source + end, table.array + to + i - 1);
+    table.absentEvents = 0;
+    i = end - 1;
+  }
+}
+
+}  // namespace
+
+int vmCountItems(VmState& state, int index) {
+  const VmValue value = ValueAt(state, index);
+  if (!value.IsTable() || TableGetInt(*value.table(), 0).IsNil()) return 0;
+  const VmTable& table = *value.table();
+  const VmValue* const end = table.array + table.arraySize;
+  const VmValue* const nil = std::find_if(table.array, table.array + table.arraySize,
+                                          [](const VmValue& entry) { return entry.IsNil(); });
+  int count = static_cast<int>(nil - table.array) + 1;
+  if (nil != end) return count;
+  while (!TableGetInt(table, count).IsNil()) ++count;
+  return count;
+}
+
+void vmCopyItems(VmState& state, int index, int from, int to, int count) {
+  const VmValue value = ValueAt(state, index);
+  if (!value.IsTable() || from == to) return;
+  if (from < to) {
+    CopyItemsUp(state, *value.table(), from, to, count);
+  } else {
+    CopyItemsDown(state, *value.table(), from, to, count);
+  }
+}
+
 bool vmSetMetaTable(VmState& state, int index) {
   const VmValue object = ValueAt(state, index);
   const VmValue metatable = *--state.top;

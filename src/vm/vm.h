@@ -150,6 +150,11 @@ void vmRawSet(VmState& state, int index);
 void vmRawGetInt(VmState& state, int index, int key);
 /// Pops the value on top into the entry of an integer key, without events.
 void vmRawSetInt(VmState& state, int index, int key);
+/// The count of a script's list: the entries from index 0 up to the first nil, without events.
+[[nodiscard]] int vmCountItems(VmState& state, int index);
+/// Copies the entries of `count` indices from `from` on to the indices from `to` on, without
+/// events; the two ranges may overlap.
+void vmCopyItems(VmState& state, int index, int from, int to, int count);
 /// Pops a table, or nil for the default metatable, and sets it; false for a value that can have
 /// none.
 bool vmSetMetaTable(VmState& state, int index);
