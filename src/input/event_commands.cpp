@@ -21,6 +21,8 @@ constexpr std::array<const char*, eventHandlerCount> displayKeys = {
 constexpr std::array<const char*, globalHandlerCount> globalKeys = {"onsampleloop", "onsampleend",
                                                                     "onmusicend", "onarexx"};
 constexpr int noUserdata = 0;
+/// The argument that holds the table of handlers.
+constexpr int tableArgument = 1;
 
 /// Leaves the table of a handler that ran as the one result, with the handler's results in it.
 int FinishMessage(VmState& state, int tableIndex) {
@@ -69,9 +71,11 @@ void Release(VmState& state, int& reference) {
 
 /// Reads one key of the table of handlers into its slot. True when the field was there.
 bool ReadHandler(VmState& state, const char* key, int userdataIndex, EventHandler& handler) {
-  if (!vmPushField(state, 1, key)) return false;
+  if (!vmPushField(state, tableArgument, key)) return false;
   const bool removes = vmType(state, -1) == VmType::Number;
-  if (!removes) vmArgFunction(state, vmGetTop(state));
+  if (!removes && vmType(state, -1) != VmType::Function) {
+    vmRaise(state, Error::FunctionExpected, tableArgument);
+  }
   Release(state, handler.func);
   if (removes) {
     vmPop(state, 1);
@@ -125,7 +129,7 @@ CommandResult CheckEventCommand(VmState& state) {
 
 CommandResult InstallEventHandlerCommand(VmState& state) {
   vmCheckArgs(state, 1, 2);
-  vmArgTable(state, 1);
+  vmArgTable(state, tableArgument);
   const int userdataIndex = vmGetTop(state) >= 2 ? 2 : noUserdata;
   InputState& input = vmRoom<InputState>(state);
   qmDisplay& display = *input.scene().currentDisplay;

@@ -72,6 +72,7 @@ CommandResult GetTimer(VmState& state);
 CommandResult PauseTimer(VmState& state);
 CommandResult ResumeTimer(VmState& state);
 CommandResult ResetTimer(VmState& state);
+CommandResult Wait(VmState& state);
 CommandResult WaitTimer(VmState& state);
 
 // value_commands.cpp

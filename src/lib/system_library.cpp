@@ -10,6 +10,7 @@ namespace {
 using namespace system_library;
 
 constexpr VmCommandEntry commands[] = {
+    {"Wait", Wait},
     {"OpenCatalog", OpenCatalog},
     {"CloseCatalog", CloseCatalog},
     {"GetCatalogString", GetCatalogString},

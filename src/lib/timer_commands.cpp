@@ -82,6 +82,19 @@ CommandResult ResetTimer(VmState& state) {
   return 0;
 }
 
+CommandResult Wait(VmState& state) {
+  constexpr std::int32_t seconds = 0;
+  constexpr std::int32_t ticks = 2;
+  constexpr std::int64_t millisecondsPerTick = 20;
+  vmCheckArgs(state, 1, 2);
+  std::int64_t duration = vmArgInt(state, 1);
+  const std::int32_t unit = vmArgOptInt(state, 2, ticks);
+  if (unit == ticks) duration *= millisecondsPerTick;
+  if (unit == seconds) duration *= 1000;
+  SleepPumping(state, static_cast<std::int32_t>(std::clamp<std::int64_t>(duration, 0, INT32_MAX)));
+  return 0;
+}
+
 CommandResult WaitTimer(VmState& state) {
   vmCheckArgs(state, 2, 3);
   qmTimer* timer = TRY(FindTimer(state));
