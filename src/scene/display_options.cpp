@@ -151,14 +151,13 @@ class OptionReader {
 
   Status ReadRegionList(int list, std::vector<Rectangle>& regions) {
     if (vmType(state_, list) != VmType::Table) return Fail(Error::WrongUsage);
-    const int count = vmListSize(state_, list);
-    if (count < 0 || static_cast<std::size_t>(count) > maxRegions) return Fail(Error::WrongUsage);
     std::vector<Rectangle> read;
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0;; ++i) {
       vmRawGetInt(state_, list, i);
-      const auto region = ReadRegion(vmGetTop(state_));
+      if (vmType(state_, -1) == VmType::Nil) break;
+      if (read.size() == maxRegions) return Fail(Error::WrongUsage);
+      read.push_back(TRY(ReadRegion(vmGetTop(state_))));
       vmPop(state_, 1);
-      read.push_back(TRY(region));
     }
     regions = std::move(read);
     return {};

@@ -170,11 +170,12 @@ Result<std::vector<std::uint32_t>> ReadPens(VmState& state, int index) {
   const VmType type = vmType(state, index);
   if (type == VmType::None || type == VmType::Nil) return pens;
   vmArgTable(state, index);
-  const int count = std::min(vmListSize(state, index), 256);
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < 256; ++i) {
     vmRawGetInt(state, index, i);
-    pens.push_back(vmFieldUnsigned(state, -1, "pens"));
+    const bool isEnd = vmType(state, -1) == VmType::Nil;
+    if (!isEnd) pens.push_back(vmFieldUnsigned(state, -1, "pens"));
     vmPop(state, 1);
+    if (isEnd) break;
   }
   return pens;
 }
