@@ -9,22 +9,6 @@ namespace {
 /// the key.
 constexpr int slotsOfCopyLevel = 6;
 
-/// The count of leading entries of the table at `index` that are not Nil.
-int CountItems(VmState& state, int index) {
-  for (int count = 0;; ++count) {
-    vmRawGetInt(state, index, count);
-    const bool atEnd = vmType(state, -1) == VmType::Nil;
-    vmPop(state, 1);
-    if (atEnd) return count;
-  }
-}
-
-/// Moves one entry of the table at stack index 1.
-void MoveItem(VmState& state, int from, int to) {
-  vmRawGetInt(state, 1, from);
-  vmRawSetInt(state, 1, to);
-}
-
 /// Pushes a deep copy of the table on top of the stack.
 Status PushCopy(VmState& state) {
   if (!vmCheckStack(state, slotsOfCopyLevel)) return Fail(Error::StackOverflow);
@@ -49,7 +33,7 @@ Status PushCopy(VmState& state) {
 CommandResult ListItems(VmState& state) {
   vmCheckArgs(state, 1, 1);
   vmArgTable(state, 1);
-  vmPushNumber(state, CountItems(state, 1));
+  vmPushNumber(state, vmCountItems(state, 1));
   return 1;
 }
 
@@ -57,9 +41,9 @@ CommandResult InsertItem(VmState& state) {
   vmCheckArgs(state, 2, 3);
   vmArgTable(state, 1);
   std::int32_t index = vmArgOptInt(state, 3, -1);
-  const int count = CountItems(state, 1);
+  const int count = vmCountItems(state, 1);
   if (index < 0 || index > count) index = count;
-  for (int i = count; i > index; --i) MoveItem(state, i - 1, i);
+  vmCopyItems(state, 1, index, index + 1, count - index);
   vmPushValue(state, 2);
   vmRawSetInt(state, 1, index);
   return 0;
@@ -69,11 +53,11 @@ CommandResult RemoveItem(VmState& state) {
   vmCheckArgs(state, 1, 2);
   vmArgTable(state, 1);
   std::int32_t index = vmArgOptInt(state, 2, -1);
-  const int last = CountItems(state, 1) - 1;
+  const int last = vmCountItems(state, 1) - 1;
   if (last < 0) return 0;
   if (index < 0 || index > last) index = last;
   vmRawGetInt(state, 1, index);
-  for (int i = index; i < last; ++i) MoveItem(state, i + 1, i);
+  vmCopyItems(state, 1, index + 1, index, last - index);
   vmPushNil(state);
   vmRawSetInt(state, 1, last);
   return 1;
@@ -82,7 +66,7 @@ CommandResult RemoveItem(VmState& state) {
 CommandResult Unpack(VmState& state) {
   vmCheckArgs(state, 1, 1);
   vmArgTable(state, 1);
-  const int count = CountItems(state, 1);
+  const int count = vmCountItems(state, 1);
   if (count > vmMaxResults || !vmCheckStack(state, count)) return Error::StackOverflow;
   for (int i = 0; i < count; ++i) vmRawGetInt(state, 1, i);
   return count;
