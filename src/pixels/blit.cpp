@@ -37,8 +37,8 @@ void BLTBITMAP(DebugOutput& debug, const qmBitmap& source, qmBitmap* target, con
   if (IsMissing(debug, target, "BLTBITMAP")) return;
   const BlitArea cut = Cut(area, source, *target);
   for (int row = 0; row < cut.height; ++row) {
-    std::memcpy(target->Row(cut.ty + row) + cut.tx, source.Row(cut.sy + row) + cut.sx,
-                static_cast<std::size_t>(cut.width) * sizeof(std::uint32_t));
+    std::memmove(target->Row(cut.ty + row) + cut.tx, source.Row(cut.sy + row) + cut.sx,
+                 static_cast<std::size_t>(cut.width) * sizeof(std::uint32_t));
   }
 }
 

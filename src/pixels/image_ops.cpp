@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <new>
 #include <vector>
 
@@ -73,29 +72,29 @@ void InvertAlpha(qmAlphaMap& alpha) {
   ComplementBytes(alpha.Bytes());
 }
 
-Status FlipPlanes(const Planes& planes, bool horizontal) {
+namespace {
+
+void FlipDown(const Planes& planes) {
   const auto swapBytes = [](int count) {
     return [count](std::uint8_t* a, std::uint8_t* b) { std::swap_ranges(a, a + count, b); };
   };
-  if (!horizontal) {
-    if (planes.bitmap) {
-      const int width = planes.bitmap->width;
-      FlipRows(*planes.bitmap,
-               [width](std::uint32_t* a, std::uint32_t* b) { Kernels().swapRows(a, b, width); });
-    }
-    if (planes.mask) FlipRows(*planes.mask, swapBytes(planes.mask->bytesPerRow));
-    if (planes.alpha) FlipRows(*planes.alpha, swapBytes(planes.alpha->bytesPerRow));
-    return {};
+  if (planes.bitmap) {
+    FlipRows(*planes.bitmap, [width = planes.bitmap->width](std::uint32_t* a, std::uint32_t* b) {
+      Kernels().swapRows(a, b, width);
+    });
   }
-  std::unique_ptr<std::uint8_t[]> buffer;
-  if (planes.mask) {
-    buffer.reset(new (std::nothrow)
-                     std::uint8_t[static_cast<std::size_t>(planes.mask->bytesPerRow)]);
-    if (!buffer) return Fail(Error::OutOfMemory);
-    for (int y = 0; y < planes.mask->height; ++y) {
-      MirrorBits(planes.mask->Row(y), planes.mask->width, buffer.get());
-    }
-  }
+  if (planes.mask) FlipRows(*planes.mask, swapBytes(planes.mask->bytesPerRow));
+  if (planes.alpha) FlipRows(*planes.alpha, swapBytes(planes.alpha->bytesPerRow));
+}
+
+void MirrorMask(qmMask& mask) {
+  std::vector<std::uint8_t> buffer(static_cast<std::size_t>(mask.bytesPerRow));
+  for (int y = 0; y < mask.height; ++y) MirrorBits(mask.Row(y), mask.width, buffer.data());
+}
+
+/// The mask comes first: it alone can fail, and then nothing has changed.
+void FlipAcross(const Planes& planes) {
+  if (planes.mask) MirrorMask(*planes.mask);
   if (planes.bitmap) {
     for (int y = 0; y < planes.bitmap->height; ++y) {
       Kernels().reverse(planes.bitmap->Row(y), planes.bitmap->width);
@@ -105,6 +104,20 @@ Status FlipPlanes(const Planes& planes, bool horizontal) {
     for (int y = 0; y < planes.alpha->height; ++y) {
       std::reverse(planes.alpha->Row(y), planes.alpha->Row(y) + planes.alpha->width);
     }
+  }
+}
+
+}  // namespace
+
+Status FlipPlanes(const Planes& planes, bool horizontal) {
+  try {
+    if (horizontal) {
+      FlipAcross(planes);
+    } else {
+      FlipDown(planes);
+    }
+  } catch (const std::bad_alloc&) {
+    return Fail(Error::OutOfMemory);
   }
   return {};
 }

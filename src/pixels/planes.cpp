@@ -64,12 +64,6 @@ qmAlphaMap::qmAlphaMap(detail::PlaneMemory memory, int planeWidth, int planeHeig
       memory_(std::move(memory)),
       bytes_(reinterpret_cast<std::uint8_t*>(memory_.get())) {}
 
-void qmMask::Set(int x, int y, bool visible) {
-  std::uint8_t& byte = Row(y)[x >> 3];
-  const auto bit = static_cast<std::uint8_t>(128 >> (x & 7));
-  byte = static_cast<std::uint8_t>(visible ? byte | bit : byte & ~bit);
-}
-
 int Planes::Width() const {
   return bitmap ? bitmap->width : mask ? mask->width : alpha ? alpha->width : 0;
 }

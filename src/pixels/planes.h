@@ -85,7 +85,11 @@ class qmMask {
     return bits_ + static_cast<std::ptrdiff_t>(y) * bytesPerRow;
   }
   [[nodiscard]] bool Test(int x, int y) const { return Row(y)[x >> 3] >> (7 - (x & 7)) & 1; }
-  void Set(int x, int y, bool visible);
+  void Set(int x, int y, bool visible) {
+    std::uint8_t& byte = Row(y)[x >> 3];
+    const auto bit = static_cast<std::uint8_t>(128 >> (x & 7));
+    byte = static_cast<std::uint8_t>(visible ? byte | bit : byte & ~bit);
+  }
   /// The whole plane, padding included.
   [[nodiscard]] std::span<std::uint8_t> Bytes() {
     return {bits_, static_cast<std::size_t>(bytesPerRow) * static_cast<std::size_t>(height)};
