@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <expected>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -30,6 +31,14 @@ InputScript ReadInputScript(const std::string& fileName) {
   return std::move(*script);
 }
 
+/// A file name as it is meant where the program was started: the current directory moves later on.
+std::string FromHere(const std::string& name) {
+  if (name.empty()) return name;
+  std::error_code error;
+  const std::filesystem::path path = std::filesystem::absolute(name, error);
+  return error ? name : path.string();
+}
+
 }  // namespace
 
 Result<std::unique_ptr<Platform>> PlatformOpen(Host& host) {
@@ -40,8 +49,14 @@ Result<std::unique_ptr<Platform>> PlatformOpen(Host& host) {
   headless.screenWidth = settings->screenWidth;
   headless.screenHeight = settings->screenHeight;
   headless.virtualClock = settings->virtualClock;
-  headless.shotFile = settings->shotFile;
+  headless.shotFile = FromHere(settings->shotFile);
   if (!settings->inputFile.empty()) headless.input = ReadInputScript(settings->inputFile);
+  for (UserAction& action : headless.input.actions) {
+    const bool namesFiles = action.verb == UserVerb::Shot || action.verb == UserVerb::Screenshot ||
+                            action.verb == UserVerb::Drop;
+    if (!namesFiles) continue;
+    for (std::string& name : action.texts) name = FromHere(name);
+  }
   return OpenHeadlessPlatform(host, std::move(headless));
 }
 
