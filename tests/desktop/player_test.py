@@ -1,0 +1,60 @@
+#!/usr/bin/env python3
+"""The player in a real window: somebody plays the demo of the kites."""
+
+import os
+import re
+import subprocess
+import sys
+
+from desktop import Desktop, Program, run_tests, wait_for
+
+PLAYER, QMC, DEMOS = sys.argv[1:4]
+
+
+def with_demo(test):
+    """A test that gets a desktop with the demo running on it, and its window."""
+    def run():
+        with Desktop(1280, 800) as desktop:
+            applet = os.path.join(desktop.home, "hello.qma")
+            subprocess.run([QMC, os.path.join(DEMOS, "hello.qms"), "-o", applet], check=True)
+            player = Program(desktop, [PLAYER, applet, "-DEBUGDEVICE", "@stdout"])
+            window = desktop.window("Kites over the dunes")
+            desktop.xdotool("windowactivate", "--sync", window)
+            test(desktop, player, window)
+            assert player.end() == 0, "the player has not ended well"
+    run.__name__ = test.__name__
+    return run
+
+
+def landing(player):
+    line = player.expect("The red kite landed at")
+    return [int(number) for number in re.findall(r"\d+", line)]
+
+
+@with_demo
+def keys_and_mouse_steer_and_escape_ends(desktop, player, window):
+    for key in ("Right", "Down", "Left"):
+        desktop.xdotool("key", "--window", window, key)
+    desktop.xdotool("mousemove", "--window", window, 600, 300, "click", 1)
+    x, y = [int(n) for n in re.findall(r"Position: (\d+),(\d+)",
+                                       desktop.xdotool("getwindowgeometry", window))[0]]
+
+    def kite_has_come():
+        red, _, blue = bytes.fromhex(desktop.pixels(x + 590, y + 280, 1, 1)[0][0])
+        return red > blue + 60
+    wait_for(kite_has_come, "the red kite under the pointer")
+    picture = desktop.pixels(x, y, 960, 600)
+    assert len({color for row in picture for color in row}) > 5000, "there is no photograph"
+    desktop.xdotool("key", "--window", window, "Escape")
+    kite_x, kite_y, keys, clicks = landing(player)
+    assert (keys, clicks) == (4, 1)
+    assert 500 <= kite_x <= 530 and 170 <= kite_y <= 200, (kite_x, kite_y)
+
+
+@with_demo
+def the_close_gadget_ends_the_show(desktop, player, window):
+    desktop.xdotool("key", "--window", window, "alt+F4")
+    assert landing(player) == [180, 140, 0, 0]
+
+
+run_tests([keys_and_mouse_steer_and_escape_ends, the_close_gadget_ends_the_show])
