@@ -123,7 +123,7 @@ std::span<const VmConstantEntry> BlitConstants() {
       VmConstantEntry{"MASKAND", nullptr, MASKAND},
       VmConstantEntry{"MASKOR", nullptr, MASKOR},
       VmConstantEntry{"VANILLACOPY", nullptr, VANILLACOPY},
-      VmConstantEntry{"NOTRANSPARENCY", nullptr, NOTRANSPARENCY},
+      VmConstantEntry{"NOTRANSPARENCY", nullptr, -1},
   };
   return constants;
 }
