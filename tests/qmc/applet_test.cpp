@@ -243,6 +243,7 @@ TEST_F(AppletTest, NamesTheLinesOfIncludedFiles) {
   for (std::size_t pc = 0; pc + 1 < code->code.size(); pc += 2) {
     lines += fs::path(sourceOf(code->lines[pc])).filename().string() + ' ';
   }
+  EXPECT_EQ(info.includeRanges[0].source, "main.qms");
   EXPECT_EQ(lines, "main.qms:1 second.qms:1 third.qms:1 second.qms:3 main.qms:3 main.qms:4 ");
   ASSERT_EQ(info.labels.size(), 1u);
   EXPECT_EQ(info.labels[0].name, "label");
@@ -336,6 +337,13 @@ TEST_F(AppletTest, KeepsTheOldOutputWhenAScriptIsFaulty) {
   const BuildOptions bad = OptionsFor("x(");
   EXPECT_NE(BuildScript(bad), "");
   EXPECT_EQ(*ReadWholeFile(bad.output), before);
+}
+
+TEST_F(AppletTest, NeverWritesOverTheScript) {
+  BuildOptions options = OptionsFor("x()");
+  options.output = options.script;
+  EXPECT_NE(BuildScript(options).find("(1060)"), std::string::npos);
+  EXPECT_EQ(*ReadWholeFile(options.script), "x()");
 }
 
 TEST_F(AppletTest, ListingSurvivesEveryCut) {

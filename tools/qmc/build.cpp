@@ -43,10 +43,13 @@ void AddConstants(const Compilation& compilation, Applet& applet) {
   }
 }
 
+/// Included files go by the names that the script gives them; the script itself goes by its name
+/// alone, wherever it stood when it was compiled.
 void AddLines(const Compilation& compilation, Applet& applet) {
   for (const LineStretch& stretch : compilation.sources.stretches) {
-    applet.lines.push_back(
-        {stretch.first, stretch.last, stretch.base, compilation.sources.File(stretch.file).name});
+    const SourceFile& file = compilation.sources.File(stretch.file);
+    const std::string name = stretch.file == 0 ? file.path.filename().string() : file.name;
+    applet.lines.push_back({stretch.first, stretch.last, stretch.base, name});
   }
 }
 
@@ -98,6 +101,10 @@ Status WriteWholeFile(const std::filesystem::path& path, const std::string& byte
 
 std::string BuildScript(const BuildOptions& options) {
   const std::string shown = options.script.string();
+  std::error_code noSuchFile;
+  if (std::filesystem::equivalent(options.script, options.output, noSuchFile)) {
+    return PlainFailure("qmc", Error::WrongArguments, "");
+  }
   const Result<std::string> text = ReadWholeFile(options.script);
   if (!text) return PlainFailure("qmc", text.error(), shown);
 
