@@ -77,10 +77,9 @@ CommandResult MixRGB(VmState& state) {
 
 CommandResult GetRandomColor(VmState& state) {
   vmCheckArgs(state, 0, 0);
-  const auto& pixels = vmRoom<PixelsState>(state);
-  const double random = pixels.random ? pixels.random() : 0;
-  const auto index = static_cast<std::size_t>(random * static_cast<double>(randomColors.size()));
-  return PushNumber(state, ExpandColor12(randomColors[std::min(index, randomColors.size() - 1)]));
+  const auto count = static_cast<std::int32_t>(randomColors.size());
+  const auto index = static_cast<std::size_t>(qmRandomBelow(vmHost(state).random, count));
+  return PushNumber(state, ExpandColor12(randomColors[index]));
 }
 
 std::span<const VmCommandEntry> ColorCommands() {
@@ -123,7 +122,7 @@ std::span<const VmConstantEntry> BlitConstants() {
       VmConstantEntry{"MASKAND", nullptr, MASKAND},
       VmConstantEntry{"MASKOR", nullptr, MASKOR},
       VmConstantEntry{"VANILLACOPY", nullptr, VANILLACOPY},
-      VmConstantEntry{"NOTRANSPARENCY", nullptr, -1},
+      VmConstantEntry{"NOTRANSPARENCY", nullptr, NOTRANSPARENCY},
   };
   return constants;
 }

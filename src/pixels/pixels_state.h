@@ -33,11 +33,10 @@ struct PixelsState {
   /// Who shows which object.
   ObjectDirectory objects;
 
-  /// Joined by the rooms that know: the palette of the current output picture (empty for none), the
-  /// screen's bits per pixel, and the program's random numbers from 0 to below 1.
+  /// Joined by the room that knows: the palette of the current output picture (empty for none) and
+  /// the screen's bits per pixel.
   std::function<std::span<const std::uint32_t>()> outputPalette;
   std::function<int()> screenDepth;
-  std::function<double()> random;
 
   /// Work tables of the scalers; they grow only.
   ScaleTables scaleTables;

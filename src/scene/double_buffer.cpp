@@ -86,6 +86,7 @@ CommandResult Flip(VmState& state) {
   WindowBlit(scene, front, 0, 0, display, 0, 0, std::min(front.width, display.width),
              std::min(front.height, display.height), blitFrame);
   FrameWait(scene, display);
+  vmRequestLineHook(state);
   return 0;
 }
 

@@ -14,6 +14,7 @@ CommandResult VWait(VmState& state) {
   vmCheckArgs(state, 0, 0);
   SceneState& scene = vmRoom<SceneState>(state);
   FrameWait(scene, *scene.currentDisplay);
+  vmRequestLineHook(state);
   return 0;
 }
 
