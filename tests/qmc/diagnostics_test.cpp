@@ -80,6 +80,12 @@ TEST(Diagnostics, TellsSeveralFaultsOfOneScript) {
             "1:5 1024 3:7 1104 5:4 1024 7:1 1021");
 }
 
+TEST(Diagnostics, ALineThatEndsTooEarlyKeepsTheNext) {
+  EXPECT_EQ(FaultsOf("While y\n x = 5 +\nWend"), "2:9 1024");
+  EXPECT_EQ(FaultsOf("If y And\n x = 5\nEndIf"), "");
+  EXPECT_EQ(FaultsOf("f(1,\nEndIf"), "1:5 1024 2:1 1012");
+}
+
 TEST(Diagnostics, StopsAfterTwenty) {
   std::string script;
   for (int i = 0; i < 100; ++i) script += "x = )\n";

@@ -1,6 +1,7 @@
 #include "qmc/diagnostics.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/messages.h"
 
@@ -44,8 +45,12 @@ void Diagnostics::Report(Position position, Error code, std::string argument) {
 }
 
 std::string Diagnostics::Render(const Sources& sources) const {
+  std::vector<Diagnostic> ordered = list_;
+  std::ranges::stable_sort(ordered, {}, [](const Diagnostic& fault) {
+    return std::pair(fault.position.file, fault.position.offset);
+  });
   std::string out;
-  for (const Diagnostic& fault : list_) {
+  for (const Diagnostic& fault : ordered) {
     const LinePlace place = sources.Find(fault.position);
     out += sources.File(fault.position.file).name + ':' + std::to_string(place.line) + ':' +
            std::to_string(place.column) + ": " + fault.message + " (" +

@@ -30,7 +30,7 @@ class Diagnostics {
   [[nodiscard]] const std::vector<Diagnostic>& List() const { return list_; }
 
   /// `file:line:column: message (code)`, the line of the script and a caret below the place, for
-  /// each fault.
+  /// each fault, in the order of the script.
   [[nodiscard]] std::string Render(const Sources& sources) const;
 
  private:

@@ -48,9 +48,12 @@ int main(int argc, char** argv) {
   app.add_option("-o,--output", build.output,
                  "The applet to write (default: the script's name with .qma)");
   app.add_flag("--no-link", skipLinking, "Leave the files that the script declares outside");
-  app.add_option("--link", build.files, "A further file to link")->type_name("FILE");
+  app.add_option("--link", build.files, "A further file to link")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
   app.add_option("--link-font", build.fonts, "A font file to link, as FILE or NAME=FILE")
-      ->type_name("FONT");
+      ->type_name("FONT")
+      ->allow_extra_args(false);
   app.add_flag("--compress", build.compress, "Store the applet compressed");
   app.add_flag("--strip", build.strip, "Leave out lines and the names of variables");
   app.add_flag("--big-endian", build.bigEndian, "Write the code in the big-endian order");
@@ -61,11 +64,17 @@ int main(int argc, char** argv) {
   CLI::App* list = app.add_subcommand("list", "Lists everything that an applet holds");
   CLI::App* dump = app.add_subcommand("dump", "Shows the instructions of an applet");
   for (CLI::App* command : {list, dump}) command->add_option("applet", applet)->required();
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& problem) {
+    return app.exit(problem) == 0 ? 0 : 1;
+  }
 
   if (*list || *dump) return Show(applet, dump->parsed());
   if (build.script.empty()) {
-    std::cout << app.help();
+    std::cerr << "qmc: " << OneLineMessage(quillmere::Error::NoScriptFilenameSpecified, "") << " ("
+              << static_cast<int>(quillmere::Error::NoScriptFilenameSpecified)
+              << ")\nRun with --help for more information.\n";
     return 1;
   }
   build.linkFiles = !skipLinking;

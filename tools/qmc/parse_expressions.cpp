@@ -340,7 +340,13 @@ Expr* Parser::ParsePrimary() {
     node->operand = inner;
     return Deepen(node, inner->depth);
   }
-  FailHere(IsKeyword(token.kind) ? Error::CannotUseReservedWordHere : Error::ValueExpected);
+  if (at_ > 0 && tokens_[at_ - 1].kind == TokenKind::Newline) {
+    // The line that ended with an operator lacks the value, not the one behind it.
+    --at_;
+    FailHere(Error::ValueExpected);
+  } else {
+    FailHere(IsKeyword(token.kind) ? Error::CannotUseReservedWordHere : Error::ValueExpected);
+  }
   return ErrorNode();
 }
 
