@@ -208,7 +208,7 @@ CommandResult MixBrush(VmState& state) {
   if (other == brush) return 0;
   const BlitArea area{.width = std::min(brush->width, other->width),
                       .height = std::min(brush->height, other->height)};
-  BlendPicture(*brush->planes.bitmap, *other->planes.bitmap, nullptr, nullptr, area, ratio);
+  BlendUniform(*brush->planes.bitmap, *other->planes.bitmap, area, ratio);
   return 0;
 }
 
