@@ -43,6 +43,8 @@ struct RunFlags {
   bool scriptPosition = false;
   /// `DebugOutput`: each call of a command is told to the debug output.
   bool traceCalls = false;
+  /// A progress line waits for its "done".
+  bool progressIsOpen = false;
   /// How many script callbacks are running, one inside the other.
   int callbackDepth = 0;
 };

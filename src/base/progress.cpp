@@ -10,6 +10,7 @@ namespace {
 
 void PrintWord(Host& host, MessageId message) {
   if (host.flags.quiet) return;
+  host.flags.progressIsOpen = false;
   const std::string line = " " + host.messages.Get(message) + "\n";
   std::fwrite(line.data(), 1, line.size(), stdout);
   std::fflush(stdout);
@@ -21,6 +22,7 @@ void PrintProgress(Host& host, MessageId message, std::string_view fileName, boo
   if (host.flags.quiet) return;
   std::string line = FormatMessage(host.messages.Get(message), {ShownFileName(fileName)});
   if (withDots) line += "...";
+  host.flags.progressIsOpen = true;
   std::fwrite(line.data(), 1, line.size(), stdout);
   std::fflush(stdout);
 }

@@ -44,12 +44,23 @@ int Program::Run(std::span<const char* const> arguments) {
       TellNoMemory();
       return 0;
     }
-    const Status status = RunToEnd(arguments);
-    Shutdown(status ? Error::None : status.error());
+    Shutdown(RunGuarded(arguments));
   } catch (const std::bad_alloc&) {
     TellNoMemory();
   }
   return 0;
+}
+
+Error Program::RunGuarded(std::span<const char* const> arguments) {
+  try {
+    const Status status = RunToEnd(arguments);
+    return status ? Error::None : status.error();
+  } catch (const VmException& failure) {
+    // The machine has run out of something outside of a protected call.
+    return failure.code;
+  } catch (const std::bad_alloc&) {
+    return Error::OutOfMemory;
+  }
 }
 
 Status Program::RunToEnd(std::span<const char* const> arguments) {
@@ -175,6 +186,7 @@ void Program::TellError(Error code) {
   VmState& state = *machine_;
   const std::string message =
       ComposeErrorMessage(host_.messages, host_.errors, static_cast<int>(code));
+  if (host_.flags.progressIsOpen) PrintFailed(host_);
   const bool hasRequests = platform_ && files_ && files_->clargs.debugDevice.empty();
   if (hasRequests) {
     ShowRequest(host_, RequestTextOfError(state, message, false),

@@ -33,6 +33,8 @@ class Program {
     void operator()(VmState* state) const { vmClose(state); }
   };
 
+  /// Runs and turns exceptions into codes.
+  Error RunGuarded(std::span<const char* const> arguments);
   Status RunToEnd(std::span<const char* const> arguments);
   /// Opens the platform, reads the command line and opens the libraries.
   Status Start(std::span<const char* const> arguments);

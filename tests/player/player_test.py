@@ -1,0 +1,108 @@
+#!/usr/bin/env python3
+"""Starts the finished player as users do: player_test.py PLAYER QMC [TEST ...]"""
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PLAYER, QMC = (pathlib.Path(p).resolve() for p in sys.argv[1:3])
+PICTURE = (pathlib.Path(__file__).parents[2] / "demos/media/kite_red.png").read_bytes()
+MARKER = bytes.fromhex("C0DECAFEC0CAC01A")
+
+
+class PlayerTest(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory(prefix="player-")
+        self.addCleanup(directory.cleanup)
+        self.directory = pathlib.Path(directory.name)
+        self.temp = self.directory / "temp"
+        self.temp.mkdir()
+
+    def run_program(self, *command, **variables):
+        environment = {k: v for k, v in os.environ.items() if not k.startswith("QUILLMERE_")}
+        environment |= {"QUILLMERE_PLATFORM": "headless", "TMPDIR": str(self.temp)} | variables
+        return subprocess.run(
+            [str(part) for part in command],
+            cwd=self.directory,
+            env=environment,
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+            text=True,
+            timeout=120,
+        )
+
+    def play(self, *arguments, **variables):
+        """Plays and gives both outputs; the exit status is always 0."""
+        result = self.run_program(PLAYER, *arguments, **variables)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(list(self.temp.iterdir()), [], "temporary files stay behind")
+        return result.stdout, result.stderr
+
+    def compile(self, script, *options, name="a"):
+        source = self.directory / f"{name}.qms"
+        source.write_text(script)
+        output = self.directory / f"{name}.out"
+        result = self.run_program(QMC, source, "-o", output, *options)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return output
+
+    def test_without_a_file_nothing_happens(self):
+        self.assertEqual(self.play(), ("", ""))
+
+    def test_a_text_is_no_applet(self):
+        (self.directory / "notes.txt").write_text("Just some notes.\n")
+        out, err = self.play("notes.txt")
+        self.assertEqual(out, "Opening script notes.txt... failed\n")
+        self.assertIn("notes.txt is no Quillmere applet!", err)
+
+    def test_a_wrong_platform_ends_with_2(self):
+        result = self.run_program(PLAYER, QUILLMERE_PLATFORM="paper")
+        self.assertEqual(result.returncode, 2)
+        self.assertEqual(len(result.stderr.splitlines()), 1)
+
+    def test_hostile_arguments(self):
+        applet = self.compile('DebugPrint("ran")')
+        wrong = "Wrong arguments specified!"
+        for arguments in (['"'], ['a"b'], ["x" * 5000], ["a", "b"], ["-DEPTH"], ["-" + "y" * 4096]):
+            self.assertIn(wrong, self.play(applet, *arguments)[1], arguments)
+        for arguments in (["-" + "y" * 3000], ["-a", ""], ["--"], ["-"], ["-\xff"]):
+            self.assertEqual(self.play(applet, "-QUIET", *arguments)[1], "ran\n", arguments)
+
+    def test_an_appended_applet_is_what_is_played(self):
+        program = self.compile('DebugPrint("appended")', "--exe", PLAYER)
+        other = self.compile('DebugPrint("other")', name="b")
+        for arguments in ([], [other], ["no such file"], ["-mine", "x"]):
+            result = self.run_program(program, *arguments)
+            self.assertEqual((result.returncode, result.stdout), (0, ""))
+            self.assertEqual(result.stderr, "appended\n")
+
+    def test_the_marker_stands_once_in_the_player(self):
+        bytes_ = PLAYER.read_bytes()
+        self.assertEqual(bytes_.count(MARKER), 1)
+        at = bytes_.index(MARKER)
+        self.assertEqual(bytes_[at - 4 : at], bytes.fromhex("DEADC0DE"))
+
+    def test_a_compressed_applet_plays_and_leaves_nothing(self):
+        (self.directory / "picture.png").write_bytes(PICTURE)
+        applet = self.compile('@BRUSH 1, "picture.png"\nDebugPrint("made")', "--compress")
+        (self.directory / "picture.png").unlink()
+        self.assertEqual(self.play("-QUIET", applet), ("", "made\n"))
+
+    @unittest.skipIf(b"__asan_init" in PLAYER.read_bytes(), "sanitizers take more")
+    def test_a_small_applet_takes_little_memory(self):
+        applet = self.compile('DebugPrint("x")')
+        process = subprocess.Popen(
+            [PLAYER, "-QUIET", applet],
+            env=os.environ | {"QUILLMERE_PLATFORM": "headless"},
+            stderr=subprocess.DEVNULL,
+        )
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = status
+        self.assertEqual(status, 0)
+        self.assertLess(usage.ru_maxrss, 40 * 1024)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
