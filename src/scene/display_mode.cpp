@@ -158,12 +158,23 @@ Status EnterMode(SceneState& scene, std::int32_t mode, const ScreenMode& screen)
   return {};
 }
 
+/// The displays that are about to be opened again must fit the new screen.
+Status RequireAllFit(SceneState& scene) {
+  Status result;
+  ForPublicDisplays(scene, [&](qmDisplay& display) {
+    if (!result || !display.reopenAfterModeSwitch) return;
+    result = RequireFit(scene, display, display.width, display.height);
+  });
+  return result;
+}
+
 void GoBack(SceneState& scene, const ModeBefore& before) {
+  CloseScreen(scene);
   scene.settings.displayMode = before.displayMode;
   for (const auto& [display, settings] : before.settings) {
     static_cast<DisplaySettings&>(*display) = settings;
   }
-  if (before.fullScreen && !scene.fullScreen) (void)OpenScreen(scene, before.mode);
+  if (before.fullScreen) (void)OpenScreen(scene, before.mode);
 }
 
 }  // namespace
@@ -196,6 +207,7 @@ Status SwitchDisplayMode(VmState& state, std::int32_t mode, std::int32_t width,
   CloseForSwitch(scene);
   FreeBackdrop(scene);
   Status result = EnterMode(scene, mode, {width, height, before.mode.depth});
+  if (result) result = RequireAllFit(scene);
   if (!result) GoBack(scene, before);
   const Status backdrop = BuildBackdrop(state);
   const Status reopened = ReopenAfterSwitch(scene);

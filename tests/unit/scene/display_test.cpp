@@ -184,6 +184,17 @@ TEST(Displays, SwitchToAFullScreenAndBack) {
   EXPECT_EQ(stage.scene->bgpics.Count(), 1u);
 }
 
+TEST(Displays, GoBackWhenTheScreenIsTooSmallForThem) {
+  Stage stage;
+  ASSERT_EQ(stage.Call("MoveDisplay", {30, 40}), 0);
+  EXPECT_EQ(stage.Call("ChangeDisplayMode", {2, 100, 100}), 1085);
+  EXPECT_FALSE(stage.scene->fullScreen);
+  EXPECT_EQ(stage.Display().state, DisplayState::Open);
+  EXPECT_EQ(stage.Display().windowX, 30);
+  EXPECT_FALSE(stage.Display().Has(displayBorderless));
+  EXPECT_EQ(stage.scene->displays.Count(), 1u);
+}
+
 TEST(Displays, GiveUpATooLargeScreenAndStayAsTheyAre) {
   Stage stage;
   ASSERT_EQ(stage.Call("CreateDisplay", {2, Fields({{"width", 799}, {"height", 500}})}), 0);
