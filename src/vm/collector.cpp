@@ -17,7 +17,10 @@ class Collector {
   void Run();
 
  private:
-  void Mark(VmObject* object);
+  void Mark(VmObject* object) {
+    if ((object->marked & markReached) == 0) MarkUnreached(object);
+  }
+  void MarkUnreached(VmObject* object);
   void Mark(const VmValue& value) {
     if (value.IsCollectable()) Mark(value.object());
   }
@@ -50,8 +53,7 @@ class Collector {
   std::vector<VmTable*> weakKeys_;
 };
 
-void Collector::Mark(VmObject* object) {
-  if ((object->marked & markReached) != 0) return;
+void Collector::MarkUnreached(VmObject* object) {
   object->marked |= markReached;
   switch (object->kind) {
     case VmKind::Userdata:

@@ -103,7 +103,7 @@ bool StoreList(VmState& state, VmValue* list, int first, std::ptrdiff_t count) {
 void ReuseFrame(VmState& state) {
   VmFrame& callee = *state.ci;
   VmFrame& caller = state.ci[-1];
-  if (state.openUpvalues != nullptr) CloseUpvalues(state, caller.base);
+  if (HasOpenUpvalues(state, caller.base)) CloseUpvalues(state, caller.base);
   const std::ptrdiff_t size = callee.top - callee.base;
   const VmValue* from = callee.base - 1;
   VmValue* to = caller.base - 1;
@@ -371,6 +371,11 @@ watch:
         node->value = *(source);                                \
         NEXT;                                                   \
       }                                                         \
+      if (node == nullptr && HasNoStoreEvent(table)) {          \
+        SAVE;                                                   \
+        TableAddString(state, table, key.string()) = *(source); \
+        NEXT;                                                   \
+      }                                                         \
     }                                                           \
     SAVE;                                                       \
     SetTableEntry(state, object, key, *(source), RA);           \
@@ -615,7 +620,7 @@ call_native : {
   }
   CODE_OF(ReturnOne) {
     VmFrame* const frame = state.ci;
-    if (state.openUpvalues != nullptr || !frame->calledFromScript ||
+    if (HasOpenUpvalues(state, base) || !frame->calledFromScript ||
         (state.hookMask & vmMaskReturn) != 0) [[unlikely]] {
       state.top = RA + 1;
       goto return_values;
@@ -648,7 +653,7 @@ call_native : {
 return_values : {
   VmValue* const firstResult = RA;
   SAVE;
-  if (state.openUpvalues != nullptr) CloseUpvalues(state, base);
+  if (HasOpenUpvalues(state, base)) CloseUpvalues(state, base);
   if (!state.ci->calledFromScript) return firstResult;
   const int wanted = state.ci[-1].savedPc[-1].c - 1;
   vmPostCall(state, wanted, firstResult);

@@ -142,7 +142,7 @@ struct VmState {
 
 // ---- memory.cpp
 
-/// The only door to memory: new size 0 frees. Keeps the account; a failure throws `OutOfMemory`.
+/// The door to memory: new size 0 frees. Keeps the account; a failure throws `OutOfMemory`.
 void* vmRealloc(VmState& state, void* block, std::size_t oldSize, std::size_t newSize);
 
 /// A cell for an object, whose size is charged to the account.
@@ -156,11 +156,16 @@ inline void* NewCell(VmState& state, std::size_t size) {
 template <class T>
 T* NewBlock(VmState& state, std::size_t count) {
   if (count > vmMaxBlock / sizeof(T)) vmThrow(state, Error::OutOfMemory);
-  return static_cast<T*>(vmRealloc(state, nullptr, 0, count * sizeof(T)));
+  void* block = state.globals->heap.Allocate(count * sizeof(T));
+  if (block == nullptr) vmThrow(state, Error::OutOfMemory);
+  state.globals->bytesInUse += count * sizeof(T);
+  return static_cast<T*>(block);
 }
 template <class T>
 void FreeBlock(VmState& state, T* block, std::size_t count) {
-  if (block != nullptr) vmRealloc(state, block, count * sizeof(T), 0);
+  if (block == nullptr) return;
+  state.globals->heap.Free(block, count * sizeof(T));
+  state.globals->bytesInUse -= count * sizeof(T);
 }
 
 // ---- strings.cpp
@@ -182,6 +187,9 @@ void ResizeStringTable(VmState& state, std::size_t size);
 VmUpvalue* FindUpvalue(VmState& state, VmValue* level);
 /// Closes the upvalues at or above `level`.
 void CloseUpvalues(VmState& state, const VmValue* level);
+[[nodiscard]] inline bool HasOpenUpvalues(const VmState& state, const VmValue* level) {
+  return state.openUpvalues != nullptr && state.openUpvalues->location >= level;
+}
 /// Lets go of what an object in a cell owns, and takes it off the account.
 void ReleaseObject(VmState& state, VmObject& object);
 void FreeUserdata(VmState& state, VmUserdata* userdata);

@@ -253,6 +253,11 @@ VmValue& TableSetString(VmState& state, VmTable& table, VmString* key) {
   return Insert(state, table, VmValue::String(key));
 }
 
+VmValue& TableAddString(VmState& state, VmTable& table, VmString* key) {
+  table.absentEvents = 0;
+  return Insert(state, table, VmValue::String(key));
+}
+
 bool TableNext(VmState& state, const VmTable& table, VmValue* slot) {
   std::size_t at = 0;
   const auto arraySize = static_cast<std::size_t>(table.arraySize);

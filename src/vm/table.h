@@ -48,6 +48,8 @@ void FreeTable(VmState& state, VmTable& table);
 [[nodiscard]] VmValue& TableSet(VmState& state, VmTable& table, VmValue key);
 [[nodiscard]] VmValue& TableSetInt(VmState& state, VmTable& table, int key);
 [[nodiscard]] VmValue& TableSetString(VmState& state, VmTable& table, VmString* key);
+/// The slot of a string key that is not in the table.
+[[nodiscard]] VmValue& TableAddString(VmState& state, VmTable& table, VmString* key);
 
 /// Replaces the key in `slot` by the next one and puts its value behind it; false at the end. An
 /// unknown key raises `InvalidNextKey`.

@@ -1,0 +1,6 @@
+(define (loop i sum)
+  (if (<= i 20000000)
+      (loop (+ i 1) (+ sum 1))
+      sum))
+(display (loop 1 0))
+(newline)
