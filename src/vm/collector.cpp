@@ -290,14 +290,9 @@ void Collector::SweepCells() {
 
 void Collector::Resize(std::size_t deadMemory) {
   constexpr std::size_t smallestStringTable = 64;
-  constexpr std::size_t smallestBuffer = 64;
   if (globals_.stringCount < globals_.buckets.size() / 4 &&
       globals_.buckets.size() > smallestStringTable) {
     ResizeStringTable(state_, globals_.buckets.size() / 2);
-  }
-  if (globals_.sharedBuffer.capacity() > smallestBuffer) {
-    globals_.sharedBuffer.clear();
-    globals_.sharedBuffer.shrink_to_fit();
   }
   globals_.gcThreshold = globals_.collectAlways ? 0 : 2 * globals_.bytesInUse - deadMemory;
 }

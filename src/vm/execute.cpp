@@ -140,6 +140,20 @@ inline VmValue FieldOf(const VmTable& table, VmValue key, std::uint16_t& guess) 
   return node != nullptr ? node->value : VmValue();
 }
 
+/// The field that a table inherits through events that are tables; nil when there is none, or when
+/// it takes more to find out.
+VmValue InheritedField(VmState& state, const VmTable* table, VmValue key) {
+  constexpr int depth = 8;
+  for (int i = 0; i < depth; ++i) {
+    const VmValue* index = FastEvent(state, *table->metatable, VmEvent::Index);
+    if (index == nullptr || !index->IsTable()) break;
+    table = index->table();
+    const VmValue found = TableGetString(*table, key.string());
+    if (!found.IsNil()) return found;
+  }
+  return VmValue();
+}
+
 /// Whether a store into an entry that is nil has no event to ask.
 inline bool HasNoStoreEvent(const VmTable& table) {
   return (table.metatable->absentEvents & 1 << static_cast<int>(VmEvent::NewIndex)) != 0;
@@ -171,6 +185,17 @@ inline bool HasNoStoreEvent(const VmTable& table) {
     state.ci->savedPc = (at);                   \
     RunLineHook(state);                         \
     RELOAD;                                     \
+  }
+
+// Sets the top behind the arguments of a call. An open list of them that ends before the function
+// can only come from code that no compiler makes, and is empty.
+#define SET_CALL_TOP(function)            \
+  {                                       \
+    if (B != 0) {                         \
+      state.top = (function) + B;         \
+    } else if (state.top <= (function)) { \
+      state.top = (function) + 1;         \
+    }                                     \
   }
 
 // Takes the slow way: `expression` may call anything; its value goes to R(A).
@@ -323,7 +348,8 @@ watch:
     const VmValue object = *RB;
     const VmValue key = *KC;
     if (object.IsTable()) [[likely]] {
-      const VmValue found = FieldOf(*object.table(), key, pc[-1].hint);
+      VmValue found = FieldOf(*object.table(), key, pc[-1].hint);
+      if (found.IsNil()) found = InheritedField(state, object.table(), key);
       if (!found.IsNil()) [[likely]] {
         *RA = found;
         NEXT;
@@ -539,11 +565,7 @@ watch:
   CODE_OF(Call) {
     SAFE_POINT(pc);
     VmValue* const function = RA;
-    if (B != 0) {
-      state.top = function + B;
-    } else if (state.top <= function) {
-      state.top = function + 1;
-    }
+    SET_CALL_TOP(function);
     SAVE;
     if (!function->IsFunction()) goto call_other;
     VmClosure* const callee = function->closure();
@@ -571,13 +593,28 @@ watch:
   CODE_OF(TailCall) {
     SAFE_POINT(pc);
     VmValue* const function = RA;
-    if (B != 0) {
-      state.top = function + B;
-    } else if (state.top <= function) {
-      state.top = function + 1;
-    }
+    SET_CALL_TOP(function);
     SAVE;
-    goto call_other;
+    if (!function->IsFunction()) goto call_other;
+    VmClosure* const callee = function->closure();
+    if (callee->isNative) goto call_native;
+    const VmProto& proto = *callee->proto;
+    if (proto.isVarArg || (state.hookMask & vmMaskCall) != 0 ||
+        state.stackLast - state.top <= proto.maxStack) [[unlikely]] {
+      goto call_other;
+    }
+    if (HasOpenUpvalues(state, base)) CloseUpvalues(state, base);
+    VmValue* slot = base - 1;
+    for (const VmValue* from = function; from < state.top;) *slot++ = *from++;
+    VmFrame* const frame = state.ci;
+    VmValue* const top = base + proto.maxStack;
+    for (; slot < top; ++slot) slot->SetNil();
+    frame->top = state.top = top;
+    ++frame->tailCalls;
+    closure = callee;
+    constants = proto.constants.items;
+    pc = proto.ops.items;
+    NEXT;
   }
 
 call_other : {
@@ -733,7 +770,8 @@ return_values : {
     const VmValue object = *RB;
     const VmValue key = *KC;
     if (object.IsTable()) [[likely]] {
-      const VmValue found = FieldOf(*object.table(), key, pc[-1].hint);
+      VmValue found = FieldOf(*object.table(), key, pc[-1].hint);
+      if (found.IsNil()) found = InheritedField(state, object.table(), key);
       if (!found.IsNil()) [[likely]] {
         RA[1] = object;
         *RA = found;

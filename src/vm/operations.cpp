@@ -2,6 +2,7 @@
 // does not hold, and what native code asks for through the embedding interface.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "base/number_text.h"
@@ -347,6 +348,15 @@ bool LessEqual(VmState& state, const VmValue& a, const VmValue& b) {
 
 namespace {
 
+/// Copies the texts of `count` strings that end at `last`, one behind the other.
+void CopyTexts(const VmValue* last, int count, char* to) {
+  for (int i = count; i-- > 0;) {
+    const VmString& string = *last[-i].string();
+    std::memcpy(to, string.Bytes(), string.length);
+    to += string.length;
+  }
+}
+
 /// Joins as many values that end at `last` as are texts, into the first of them; how many.
 int JoinTexts(VmState& state, int count, VmValue* last) {
   int joined = 0;
@@ -359,10 +369,18 @@ int JoinTexts(VmState& state, int count, VmValue* last) {
     ++joined;
   }
   if (joined < 2) return joined;
-  std::string& buffer = state.globals->sharedBuffer;
-  buffer.clear();
-  for (int i = joined; i-- > 0;) buffer += last[-i].string()->View();
-  last[1 - joined] = VmValue::String(NewString(state, buffer));
+  VmString* string = nullptr;
+  constexpr std::size_t shortText = 512;
+  if (size <= shortText) {
+    char text[shortText];
+    CopyTexts(last, joined, text);
+    string = NewString(state, {text, size});
+  } else {
+    string = NewBlankString(state, size);
+    CopyTexts(last, joined, string->Bytes());
+    string = InternString(state, string);
+  }
+  last[1 - joined] = VmValue::String(string);
   return joined;
 }
 

@@ -79,8 +79,6 @@ struct VmGlobals {
   bool collecting = false;
   std::vector<VmObject*> gray;
 
-  /// Used by concatenation.
-  std::string sharedBuffer;
   VmTable* registry = nullptr;
   VmTable* defaultMeta = nullptr;
   VmNode dummyNode;
@@ -171,6 +169,10 @@ void FreeBlock(VmState& state, T* block, std::size_t count) {
 // ---- strings.cpp
 
 VmString* NewString(VmState& state, std::string_view bytes);
+/// A string whose bytes are yet to be written; it is none of the machine's until `InternString`.
+[[nodiscard]] VmString* NewBlankString(VmState& state, std::size_t length);
+/// The string with these bytes: this one, or an older one, which takes its place.
+[[nodiscard]] VmString* InternString(VmState& state, VmString* string);
 /// Walks the strings piece by piece between zeros: below, equal or above 0.
 [[nodiscard]] int CompareStrings(const VmString& a, const VmString& b);
 void FreeString(VmState& state, VmString* string);

@@ -32,29 +32,61 @@ void ResizeStringTable(VmState& state, std::size_t size) {
   globals.buckets = std::move(buckets);
 }
 
-VmString* NewString(VmState& state, std::string_view bytes) {
-  VmGlobals& globals = *state.globals;
-  const std::uint32_t hash = HashOf(bytes);
-  VmString** bucket = &globals.buckets[hash & (globals.buckets.size() - 1)];
-  for (VmString* string = *bucket; string != nullptr; string = string->next) {
-    if (string->hash == hash && std::string_view(string->Bytes(), string->length) == bytes) {
-      return string;
+namespace {
+
+VmString* FindString(const VmString* bucket, std::string_view bytes, std::uint32_t hash) {
+  for (const VmString* string = bucket; string != nullptr; string = string->next) {
+    if (string->hash == hash && string->length == bytes.size() &&
+        std::memcmp(string->Bytes(), bytes.data(), bytes.size()) == 0) {
+      return const_cast<VmString*>(string);
     }
   }
-  if (bytes.size() >= vmMaxBlock - sizeof(VmString) - 8) vmThrow(state, Error::OutOfMemory);
-  void* block = vmRealloc(state, nullptr, 0, VmString::SizeOf(bytes.size()));
-  auto* string = ::new (block) VmString;
-  string->kind = VmKind::String;
+  return nullptr;
+}
+
+void EnterString(VmState& state, VmString* string, std::uint32_t hash) {
+  VmGlobals& globals = *state.globals;
+  VmString*& bucket = globals.buckets[hash & (globals.buckets.size() - 1)];
   string->hash = hash;
-  string->length = static_cast<std::uint32_t>(bytes.size());
-  if (!bytes.empty()) std::memcpy(string->Bytes(), bytes.data(), bytes.size());
-  string->Bytes()[bytes.size()] = '\0';
-  string->next = *bucket;
-  *bucket = string;
+  string->next = bucket;
+  bucket = string;
   ++globals.stringCount;
   if (globals.stringCount > globals.buckets.size() && globals.buckets.size() < vmMaxStringBuckets) {
     ResizeStringTable(state, globals.buckets.size() * 2);
   }
+}
+
+}  // namespace
+
+VmString* NewBlankString(VmState& state, std::size_t length) {
+  if (length >= vmMaxBlock - sizeof(VmString) - 8) vmThrow(state, Error::OutOfMemory);
+  auto* string = ::new (NewBlock<std::byte>(state, VmString::SizeOf(length))) VmString;
+  string->kind = VmKind::String;
+  string->length = static_cast<std::uint32_t>(length);
+  string->Bytes()[length] = '\0';
+  return string;
+}
+
+VmString* InternString(VmState& state, VmString* string) {
+  const std::uint32_t hash = HashOf(string->View());
+  const auto& buckets = state.globals->buckets;
+  VmString* found = FindString(buckets[hash & (buckets.size() - 1)], string->View(), hash);
+  if (found != nullptr) {
+    FreeString(state, string);
+    return found;
+  }
+  EnterString(state, string, hash);
+  return string;
+}
+
+VmString* NewString(VmState& state, std::string_view bytes) {
+  const std::uint32_t hash = HashOf(bytes);
+  const auto& buckets = state.globals->buckets;
+  VmString* string = FindString(buckets[hash & (buckets.size() - 1)], bytes, hash);
+  if (string != nullptr) return string;
+  string = NewBlankString(state, bytes.size());
+  if (!bytes.empty()) std::memcpy(string->Bytes(), bytes.data(), bytes.size());
+  EnterString(state, string, hash);
   return string;
 }
 

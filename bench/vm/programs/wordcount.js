@@ -8,8 +8,8 @@ let line = "";
 const parts = [];
 for (let i = 0; i <= 299999; i++) {
   line = line + words[i] + " ";
-  if (line.length > 4000) {
-    parts[parts.length] = line;
+  if (line.length > 72) {
+    parts.push(line);
     line = "";
   }
 }

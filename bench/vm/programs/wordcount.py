@@ -8,7 +8,7 @@ def main():
     parts = []
     for i in range(300000):
         line = line + words[i] + " "
-        if len(line) > 4000:
+        if len(line) > 72:
             parts.append(line)
             line = ""
     counts = {}
