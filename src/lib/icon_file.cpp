@@ -173,9 +173,11 @@ std::optional<ToolType> ParseToolType(std::string_view text) {
 }
 
 std::string ToolTypeText(const ToolType& toolType) {
-  std::string text = toolType.key;
-  if (!toolType.value.empty()) text += '=' + toolType.value;
-  return toolType.enabled ? text : '(' + text + ')';
+  std::string text = toolType.enabled ? "" : "(";
+  text += toolType.key;
+  if (!toolType.value.empty()) text.append("=").append(toolType.value);
+  if (!toolType.enabled) text += ')';
+  return text;
 }
 
 }  // namespace quillmere
