@@ -80,6 +80,8 @@ VmString* InternString(VmState& state, VmString* string) {
 }
 
 VmString* NewString(VmState& state, std::string_view bytes) {
+  // A view of nothing may have no address, which memcmp must not be given.
+  if (bytes.empty()) bytes = "";
   const std::uint32_t hash = HashOf(bytes);
   const auto& buckets = state.globals->buckets;
   VmString* string = FindString(buckets[hash & (buckets.size() - 1)], bytes, hash);
