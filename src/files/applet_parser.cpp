@@ -152,8 +152,6 @@ class Parser {
     }
   }
 
-  // ---- Information and settings
-
   Status Version() {
     info_.version.major = TRY(in_.U8());
     info_.version.minor = TRY(in_.U8());
@@ -248,8 +246,6 @@ class Parser {
     return {};
   }
 
-  // ---- The first display
-
   DisplayDescription& FirstDisplay() {
     const auto found =
         std::ranges::find(info_.preloadList, ObjectKind::Display, &qmPreloadItem::kind);
@@ -323,8 +319,6 @@ class Parser {
     display.scaleHeight = height;
     return {};
   }
-
-  // ---- Objects
 
   Status Objects() {
     const std::uint32_t count = TRY(in_.Count(leastObjectSize));
@@ -451,8 +445,6 @@ class Parser {
     }
     return {};
   }
-
-  // ---- Tables
 
   Status LineTable(bool hasChunks) {
     const std::uint32_t count = TRY(in_.Count(leastLineRangeSize + (hasChunks ? 1 : 0)));

@@ -19,8 +19,6 @@ PlatformFiles& FilesOf(Host& host) {
 
 }  // namespace
 
-// ---- Opening and closing
-
 qmFile::~qmFile() {
   if (clipboardHost_ != nullptr) PutOnClipboard(*clipboardHost_, clipboard_);
 }
@@ -103,8 +101,6 @@ std::unique_ptr<qmFile> OpenFile(Host& host, std::string_view name, OpenMode mod
   return qmFile::OpenPlain(host, name, mode);
 }
 
-// ---- Positions
-
 std::optional<std::uint64_t> qmFile::Remaining() const {
   if (size_ < 0) return std::nullopt;
   return static_cast<std::uint64_t>(std::max<std::int64_t>(size_ - Position(), 0));
@@ -148,8 +144,6 @@ std::int64_t qmFile::SeekFile(std::int64_t offset, SeekMode mode) {
   }
   return old;
 }
-
-// ---- Reading
 
 std::size_t qmFile::ClipToSize(std::size_t count) const {
   if (!isChunk_) return count;
@@ -229,8 +223,6 @@ std::size_t qmFile::ReadUnbuffered(std::span<std::uint8_t> bytes) {
   return count;
 }
 
-// ---- Writing
-
 std::size_t qmFile::WriteClipboard(std::span<const std::uint8_t> bytes) {
   const auto position = static_cast<std::size_t>(Position());
   const auto end = CheckedAdd(position, bytes.size());
@@ -263,8 +255,6 @@ std::size_t qmFile::WriteUnbuffered(std::span<const std::uint8_t> bytes) {
 bool qmFile::Flush() {
   return !handle_ || handle_->Flush();
 }
-
-// ---- Whole files
 
 Result<std::vector<std::uint8_t>> ReadWholeFile(Host& host, std::string_view name,
                                                 std::size_t limit) {

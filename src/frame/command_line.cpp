@@ -173,8 +173,6 @@ class Evaluation {
     return (applet_.windowFlags & (display_option::autoScale | display_option::layerScale)) != 0;
   }
 
-  // ---- The video recorder
-
   Status Video() {
     const auto& target = line_[Slot::VideoFile];
     if (!target) return {};
@@ -222,8 +220,6 @@ class Evaluation {
     return {};
   }
 
-  // ---- Sizes and screens
-
   /// A size in pixels, or negated as a percentage.
   Status ScaleSize(Slot slot, std::int32_t& size) {
     const auto& text = line_[slot];
@@ -256,8 +252,6 @@ class Evaluation {
     return ScreenNumber(Slot::ScrHeight, applet_.scrHeight, override_bit::screenHeight);
   }
 
-  // ---- Backfill
-
   Status CheckBackfill(BackfillKind kind) const {
     const bool hasBrush = line_.Has(Slot::Brush);
     const bool hasFile = line_.Has(Slot::BrushFile);
@@ -289,8 +283,6 @@ class Evaluation {
     TRY(Number(Slot::PicYPos, applet_.pictureY));
     return Number(Slot::PicTrans, applet_.pictureTrans);
   }
-
-  // ---- The rest
 
   Status SoundAndScreenName() {
     clargs_.quiet = line_.Has(Slot::Quiet);

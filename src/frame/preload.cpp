@@ -26,7 +26,7 @@ void SetField(VmState& state, const char* name, double value) {
   vmSetFieldNumber(state, name, value);
 }
 
-// ---- Tables of arguments: each function adds fields to the table on top of the stack
+// Each function here adds fields to the table on top of the stack.
 
 void AddTransparency(VmState& state, const qmPreloadItem& item) {
   if (item.arg1 != -1) SetField(state, "transparency", static_cast<std::uint32_t>(item.arg1));
@@ -109,8 +109,6 @@ void AddFontFields(VmState& state, const qmPreloadItem& item) {
   if ((item.arg2 & fontCacheOff) != 0) SetField(state, "cache", 0);
 }
 
-// ---- Objects
-
 std::string FileOf(const FilesState& files, const qmPreloadItem& item) {
   if (item.linkSize != 0) {
     const std::string& container =
@@ -164,8 +162,6 @@ bool IsShareable(const qmPreloadItem& item) {
   const bool isGrid = item.kind == ObjectKind::Anim || item.kind == ObjectKind::Sprite;
   return isGrid && HasFrames(item) && !item.geometry.fromDisk && !item.fileName.empty();
 }
-
-// ---- Displays
 
 struct OptionKey {
   std::uint32_t bit;

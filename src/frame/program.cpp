@@ -86,8 +86,6 @@ Status Program::RunToEnd(std::span<const char* const> arguments) {
   return RunMainChunk();
 }
 
-// ---- Start
-
 Status Program::Start(std::span<const char* const> arguments) {
   platform_ = TRY(PlatformOpen(host_));
   files_.emplace(host_);
@@ -126,8 +124,6 @@ Status Program::WritePrivateLists() {
   if (!clargs.privatePath2.empty()) TRY(WriteConstantList(*machine_, clargs.privatePath2));
   return {};
 }
-
-// ---- The applet
 
 void Program::EnterAppletTables() {
   VmState& state = *machine_;
@@ -179,8 +175,6 @@ Status Program::RunMainChunk() {
   if (code != 0) return Fail(static_cast<Error>(code));
   return {};
 }
-
-// ---- The end
 
 void Program::TellError(Error code) {
   VmState& state = *machine_;

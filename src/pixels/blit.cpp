@@ -80,8 +80,6 @@ void BLTALPHABITMAP(DebugOutput& debug, const qmBitmap& source, qmBitmap* target
   }
 }
 
-// ---- Coverage
-
 namespace {
 
 /// Coverage of one row in whichever form it came, as bytes; values are read one by one.
@@ -194,8 +192,6 @@ void BLTALPHACHANNEL(DebugOutput& debug, qmBitmap* target, const CoverageBlit& b
     DrawCoverageRow(blit, pieces, CoverageRow(blit, cut.sx, cut.sy + row));
   }
 }
-
-// ---- Mixing whole pictures
 
 namespace {
 

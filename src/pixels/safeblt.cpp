@@ -64,8 +64,6 @@ class SafeBlitCall {
     return ClipSource(area, {0, 0, blit_.source->width, blit_.source->height});
   }
 
-  // ---- Sprites
-
   [[nodiscard]] bool GoesBeneathSprites() const {
     return !Has(SAFEBLT_NOSPRITES) && blit_.target == nullptr &&
            output_.SpritesOverlap(area_.Target());
@@ -109,8 +107,6 @@ class SafeBlitCall {
     SafeBlitCall(host_, output_, show).Run();
   }
 
-  // ---- Clip shape
-
   /// Replaces the source's transparency by what of it lies in the region's shape; false when there
   /// is no memory for it.
   bool ApplyClipShape() {
@@ -152,8 +148,6 @@ class SafeBlitCall {
     buffer = std::move(*larger);
     return true;
   }
-
-  // ---- Drawing
 
   void Draw() {
     if (!SpeaksToDisplay()) {

@@ -15,8 +15,6 @@ void Grow(std::vector<T>& table, int count) {
   if (table.size() < static_cast<std::size_t>(count)) table.resize(static_cast<std::size_t>(count));
 }
 
-// ---- Where target pixels come from
-
 /// Steps of 1/65536 pixel; the last pixel maps to the last.
 void PlainColumns(std::vector<std::int32_t>& column, int sourceSize, int targetSize) {
   const double share = targetSize > 1 ? static_cast<double>(sourceSize - 1) / (targetSize - 1) : 0;
@@ -58,8 +56,6 @@ void PrepareTables(ScaleTables& tables, const Area& source, int width, int heigh
   SmoothSteps(tables.column, tables.columnFraction, source.width, width);
   SmoothSteps(tables.row, tables.rowFraction, source.height, height);
 }
-
-// ---- Loops over rows, the same for words and bytes
 
 /// What differs between a colour plane and an alpha map.
 struct Colors {

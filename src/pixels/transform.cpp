@@ -128,8 +128,6 @@ class Transformer {
     FillMask(*target_.mask, {columns.first, y, columns.last - columns.first + 1, 1}, MASKVISIBLE);
   }
 
-  // ---- Plain
-
   void DrawPlain(const TransformRow& row, int y, const Columns& columns) {
     const int count = columns.last - columns.first + 1;
     if (target_.bitmap) {
@@ -147,8 +145,6 @@ class Transformer {
       }
     }
   }
-
-  // ---- Smooth
 
   [[nodiscard]] static Square SquareAt(const TransformRow& row, int x) {
     const SourcePoint at = SourceOf(row, x);

@@ -24,8 +24,6 @@ bool IsWhole(const std::optional<WindowShape>& shape) {
 
 }  // namespace
 
-// ---- Windows
-
 MemoryWindow::MemoryWindow(MemoryScreen& screen, const WindowOptions& windowOptions)
     : options(windowOptions),
       screen_(screen),
@@ -196,8 +194,6 @@ bool MemoryWindow::IsOpaque(int x, int y) const {
   return shape.alpha[static_cast<std::size_t>(y) * static_cast<std::size_t>(shape.width) +
                      static_cast<std::size_t>(x)] != 0;
 }
-
-// ---- The screen
 
 MemoryScreen::MemoryScreen(int width, int height, FrameSizes frame, Hooks hooks)
     : width_(width), height_(height), frame_(frame), hooks_(std::move(hooks)) {}

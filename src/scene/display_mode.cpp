@@ -91,8 +91,6 @@ void PrintLine(Host& host, MessageId message) {
   if (!host.flags.quiet) std::cout << '\n' << std::flush;
 }
 
-// ---- The mode switch
-
 void CloseForSwitch(SceneState& scene) {
   ForPublicDisplays(scene, [&](qmDisplay& display) {
     display.reopenAfterModeSwitch.reset();

@@ -53,8 +53,6 @@ struct Model::Node {
   std::vector<std::vector<std::unique_ptr<Node>>> blocks;
 };
 
-// ---- Making programs
-
 struct Model::Maker {
   std::mt19937 random;
   /// Names that are declared, block by block.
@@ -245,8 +243,6 @@ Model::Model(unsigned seed) {
 
 Model::~Model() = default;
 
-// ---- Writing programs
-
 namespace {
 
 struct Writer {
@@ -372,8 +368,6 @@ std::string Model::Text() const {
   for (const auto& command : program_) writer.Command(*command);
   return writer.out;
 }
-
-// ---- Running programs
 
 struct Model::Runner {
   using Cell = std::shared_ptr<double>;

@@ -47,8 +47,6 @@ void Declarations::Run() {
   }
 }
 
-// ---- Arguments
-
 const Expr* Declarations::Argument(std::size_t index) {
   if (index < Count()) return directive_->arguments[index];
   Report(directive_->position, Error::NotEnoughArguments);
@@ -141,8 +139,6 @@ void Declarations::LinkObject(AppletObject& object, Options& options, std::size_
   }
 }
 
-// ---- Pictures
-
 void Declarations::Transparency(Options& options, AppletObject& object) {
   const auto color = options.Unsigned("transparency");
   const bool wantsAlpha = options.Flag("loadalpha").value_or(false);
@@ -228,8 +224,6 @@ void Declarations::ReadSprite() {
   applet_.objects.push_back(std::move(object));
 }
 
-// ---- Sounds, files, fonts
-
 void Declarations::ReadSound(ObjectKind kind) {
   AppletObject object = NewObject(kind);
   Options options = OptionsArgument(2);
@@ -269,8 +263,6 @@ void Declarations::ReadFont() {
   applet_.objects.push_back(std::move(object));
 }
 
-// ---- Areas and keys that jump to labels
-
 void Declarations::ReadButton() {
   AppletObject object = NewObject(ObjectKind::Button);
   if (!CheckCount(5, 5)) return;
@@ -288,8 +280,6 @@ void Declarations::ReadKey() {
   object.name = *key;
   applet_.objects.push_back(std::move(object));
 }
-
-// ---- Linked files
 
 void Declarations::ReadLink() {
   if (!CheckCount(1, std::string::npos) || !linkFiles_) return;
@@ -312,8 +302,6 @@ void Declarations::ReadLinkFont() {
   const Status status = linker_.LinkFont(*name, PathOf(position, *file));
   if (!status) Report(position, status.error(), *file);
 }
-
-// ---- The applet as a whole
 
 void Declarations::ReadText(std::string& target) {
   if (!CheckCount(1, 1)) return;

@@ -47,8 +47,6 @@ std::optional<bool> KnownTruth(const Expr& expr) {
 
 }  // namespace
 
-// ---- Values
-
 int Generator::AnyRegister(Expr& expr) {
   return expr.kind == ExprKind::Local ? As<LocalExpr>(expr).local->reg : Value(expr, next);
 }
@@ -177,8 +175,6 @@ int Generator::Value(Expr& expr, int target) {
   return 0;
 }
 
-// ---- Operators
-
 int Generator::CompileArithmetic(BinaryExpr& expr, int target) {
   if (expr.op == BinaryOp::Concat) return CompileConcat(expr, target);
   const int saved = code().FreeRegister();
@@ -304,8 +300,6 @@ void Generator::CompareJump(CompareExpr& expr, bool when, JumpList& list) {
   code().Jump(list);
 }
 
-// ---- Tables
-
 int Generator::CompileIndex(IndexExpr& expr, int target) {
   const int saved = code().FreeRegister();
   const int table = AnyRegister(*expr.table, *expr.key);
@@ -363,8 +357,6 @@ int Generator::CompileTable(TableExpr& expr) {
       vmEncodeABC(OP_NEWTABLE, reg, EncodeListSize(places), EncodeHashSize(keyed));
   return reg;
 }
-
-// ---- Functions
 
 int Generator::CompileClosure(FunctionNode& node, int target) {
   ImageFunction function = CompileFunction(node);

@@ -18,8 +18,6 @@ bool IsBuiltInPlace(const Expr& expr) {
 
 }  // namespace
 
-// ---- Functions and blocks
-
 CompiledCode Generator::Run(FunctionNode& main) {
   CompiledCode result;
   result.main = CompileFunction(main);
@@ -139,8 +137,6 @@ void Generator::CompileStatements(StatementList block) {
     code().Release(frame_->localTop);
   }
 }
-
-// ---- Statements
 
 void Generator::CompileStatement(const Statement& statement) {
   code().line = statement.line;
@@ -303,8 +299,6 @@ void Generator::Store(const Expr& target, int tableReg, int keyRk, int valueReg)
   }
 }
 
-// ---- Conditions
-
 void Generator::CompileIf(const IfStatement& statement) {
   JumpList toEnd;
   for (const IfClause& clause : statement.clauses) {
@@ -373,8 +367,6 @@ void Generator::CompileCase(const SwitchCase& one, int reg, JumpList& toEnd) {
   code().Jump(toEnd);
   code().PatchHere(toNext);
 }
-
-// ---- Loops
 
 /// The condition stands behind the block, so that a turn takes one jump.
 void Generator::CompileWhile(const WhileStatement& statement) {
@@ -525,8 +517,6 @@ void Generator::CompileForIn(const ForInStatement& statement) {
   code().PatchHere(loop.breaks);
   frame_->loops.pop_back();
 }
-
-// ---- Jumps
 
 void Generator::CompileBreak(const JumpOutStatement& statement) {
   const std::size_t at = frame_->loops.size() - static_cast<std::size_t>(statement.loops);

@@ -139,8 +139,6 @@ std::uint32_t Parser::DepthOf(std::span<Expr* const> list) {
   return depth;
 }
 
-// ---- Operators
-
 Expr* Parser::ParseBinary(int minimum) {
   if (!EnterLevel()) return LeaveLevel(), ErrorNode();
   Expr* left = ParseUnary();
@@ -248,8 +246,6 @@ Expr* Parser::MakeArithmetic(BinaryOp op, const Token& token, Expr* left, Expr* 
   const std::uint32_t leftDepth = op == BinaryOp::Concat ? left->depth - 1 : left->depth;
   return Deepen(node, std::max(leftDepth, right->depth));
 }
-
-// ---- Operands
 
 Expr* Parser::ParseOperand() {
   const Token& token = Current();
@@ -427,8 +423,6 @@ std::span<Expr*> Parser::ParseExpressionList() {
   return arena_.Copy<Expr*>(list);
 }
 
-// ---- Tables
-
 Expr* Parser::ParseTable() {
   const Token& token = Current();
   Advance();
@@ -476,8 +470,6 @@ void Parser::ParseTableItem(std::vector<TableItem>& items) {
   item.value = ParseExpression();
   items.push_back(item);
 }
-
-// ---- Functions
 
 Expr* Parser::ParseFunctionExpression() {
   const Token& token = Current();

@@ -7,8 +7,6 @@
 
 namespace quillmere::qmc {
 
-// ---- Blocks
-
 bool Parser::IsOpen(Construct construct) const {
   return std::ranges::any_of(
       open_, [=](const OpenConstruct& open) { return open.construct == construct; });
@@ -141,8 +139,6 @@ Statement* Parser::ParseLoopBody(Construct construct, Position opening, Statemen
   open_.pop_back();
   return nullptr;
 }
-
-// ---- Commands
 
 bool Parser::AtLabel() const {
   if (!Is(TokenKind::Identifier) || Ahead().kind != TokenKind::Colon) return false;
@@ -278,8 +274,6 @@ Statement* Parser::ParseFunction() {
   return node;
 }
 
-// ---- Conditions
-
 Statement* Parser::ParseIf() {
   const Token& opening = Current();
   std::vector<IfClause> clauses;
@@ -377,8 +371,6 @@ SwitchCase Parser::ParseCase() {
   result.body = ParseScopedBlock();
   return result;
 }
-
-// ---- Loops
 
 Statement* Parser::ParseWhile() {
   const Token& opening = Current();
@@ -487,8 +479,6 @@ Statement* Parser::ParseBlockStatement() {
   return node;
 }
 
-// ---- Jumps
-
 Statement* Parser::ParseJumpOut(StatementKind kind, Error none) {
   const Token& opening = Current();
   Advance();
@@ -576,8 +566,6 @@ Statement* Parser::ParseReturn() {
   return node;
 }
 
-// ---- Assignments and calls
-
 Statement* Parser::ParseAssignmentOrCall() {
   const Token& opening = Current();
   if (opening.kind == TokenKind::Constant) {
@@ -628,8 +616,6 @@ Statement* Parser::ParseAssignment(const Token& opening, Expr* first) {
   node->values = ParseExpressionList();
   return node;
 }
-
-// ---- Constants and directives
 
 void Parser::ParseConst() {
   Advance();

@@ -6,8 +6,6 @@
 
 namespace quillmere::qmc {
 
-// ---- Tokens and faults
-
 bool Parser::Accept(TokenKind kind) {
   if (!Is(kind)) return false;
   Advance();
@@ -55,8 +53,6 @@ bool Parser::EnterLevel() {
   FailHere(Error::TooManySyntaxLevels);
   return false;
 }
-
-// ---- Names and scopes
 
 LocalVar* Parser::MakeLocal(Name name) {
   LocalVar* local = arena_.Make<LocalVar>();
@@ -154,8 +150,6 @@ std::optional<Name> Parser::ExpectFieldName() {
   FailHere(Error::SyntaxErrorVariableName);
   return std::nullopt;
 }
-
-// ---- The whole script
 
 Script Parser::Run() {
   script_.main = arena_.Make<FunctionNode>();

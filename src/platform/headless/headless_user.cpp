@@ -32,8 +32,6 @@ PixelImage CopyPicture(const PixelView& view) {
 
 }  // namespace
 
-// ---- Clipboard and joysticks
-
 Status HeadlessClipboard::WriteText(std::string_view text) {
   content_ = {.kind = ClipboardContent::Kind::Text, .text = std::string(text), .image = {}};
   hasChanged_ = true;
@@ -73,8 +71,6 @@ int HeadlessJoysticks::CountJoysticks() {
 void HeadlessJoysticks::Set(int port, const JoystickState& state) {
   ports_[static_cast<std::size_t>(port)] = state;
 }
-
-// ---- The user
 
 std::optional<SysTime> HeadlessUser::NextDue() {
   return next_ < actions_.size() ? std::optional(actions_[next_].at) : std::nullopt;

@@ -57,8 +57,6 @@ std::shared_ptr<SDL_Cursor> ShareCursor(SDL_Cursor* cursor) {
           }};
 }
 
-// ---- The surface
-
 void SdlCanvas::Update(const PixelView& source, int sourceX, int sourceY, const Rectangle& target) {
   SDL_Surface* surface = SDL_GetWindowSurface(window_);
   if (surface == nullptr) return;
@@ -114,8 +112,6 @@ void SdlCanvas::ShowAll() {
   changed_.clear();
   SDL_UpdateWindowSurface(window_);
 }
-
-// ---- The window
 
 std::unique_ptr<SdlWindow> SdlWindow::Open(const WindowOptions& options, SdlDesktop& desktop) {
   // A new window is placed by its outer corner, later ones are moved by their inner one.

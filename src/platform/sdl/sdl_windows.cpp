@@ -69,8 +69,6 @@ bool SdlWindows::Start() {
   return true;
 }
 
-// ---- Events
-
 void SdlWindows::Pump() {
   Show();
   lastPump_ = std::chrono::steady_clock::now();
@@ -221,8 +219,6 @@ void SdlWindows::HandleDrop(const SDL_DropEvent& event) {
 Qualifiers SdlWindows::GetQualifiers() {
   return QualifiersOf(SDL_GetModState());
 }
-
-// ---- Windows and the screen
 
 DesktopInfo SdlWindows::GetDesktopInfo() {
   if (screen_) {

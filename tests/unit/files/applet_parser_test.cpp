@@ -72,8 +72,6 @@ TEST_F(AppletParser, KnowsAllTagsUpToTheLast) {
   EXPECT_EQ(ErrorOf(AppletBytes().Tag(AppletTag::Backfill).U8(5)), Error::UnknownSection);
 }
 
-// ---- Displays
-
 const DisplayDescription& FirstDisplay(const qmAppletInfo& info) {
   return info.preloadList.at(0).display;
 }
@@ -155,8 +153,6 @@ TEST_F(AppletParser, ReadsDisplayRecordsOfBothKinds) {
   }
 }
 
-// ---- Settings of the screen
-
 AppletBytes ScreenSections() {
   AppletBytes bytes;
   bytes.Version(4, 8).Tag(AppletTag::DisplayMode).U8(2).Tag(AppletTag::HideTitleBar).U8(1);
@@ -215,8 +211,6 @@ TEST_F(AppletParser, ReadsBackfillPicturesOfBothKinds) {
     EXPECT_EQ(info.pictureScaled, minor == 2);
   }
 }
-
-// ---- Objects
 
 TEST_F(AppletParser, ReadsNamesAndDataFromTheirPlace) {
   AppletBytes bytes;
@@ -289,8 +283,6 @@ TEST_F(AppletParser, ReadsAnimsAndBackgroundsOfEachVersion) {
   }
 }
 
-// ---- Tables
-
 TEST_F(AppletParser, ReadsLineTablesLabelsAndConstants) {
   AppletBytes bytes;
   bytes.Tag(AppletTag::LineTable).U32(1).U32(1).U32(9).U32(0).Text("a.qms");
@@ -326,8 +318,6 @@ TEST_F(AppletParser, ReadsLinkedFilesInPlaceAndElsewhere) {
   EXPECT_EQ(info.linkedFiles[1].size, 77);
   EXPECT_EQ(info.linkedFiles[1].offset, 88);
 }
-
-// ---- Hostile bytes
 
 /// An applet that has every kind of section and of record.
 AppletBytes FullApplet() {

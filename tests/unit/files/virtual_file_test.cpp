@@ -199,8 +199,6 @@ TEST_F(FilesTest, PreparesSourcesForDecoders) {
   EXPECT_EQ(PrepareDecoderSource(host, directory.Path("no")).error(), Error::CannotReadFile);
 }
 
-// ---- The clipboard
-
 std::string TextForm(std::string_view text) {
   AppletBytes form;
   form.Raw("FTXTCHRS").U32(static_cast<std::uint32_t>(text.size())).Raw(text);
@@ -248,8 +246,6 @@ TEST_F(FilesTest, DropsWhatIsNoFormForTheClipboard) {
   EXPECT_EQ(platform->clipboard().Read()->text, "before");
 }
 
-// ---- Names
-
 TEST_F(FilesTest, ExaminesChunksByTheirName) {
   const std::string name = MakeChunkName("Pic.png", 5, 77, 0, "/nowhere");
   const auto lock = LockName(host, name);
@@ -273,8 +269,6 @@ TEST_F(FilesTest, LocksOnlyWhatExists) {
   EXPECT_FALSE(LockName(host, directory.Path("not there")));
   EXPECT_FALSE(LockName(host, ":::clipboard"));
 }
-
-// ---- Temporary files
 
 TEST_F(FilesTest, DeletesTemporaryFilesAtTheEnd) {
   const std::string first = GetTempFileName(host, "dir.d/pic.png");

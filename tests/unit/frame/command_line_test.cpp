@@ -153,8 +153,6 @@ TEST_F(CommandLine, FindsTheFirstFaultFirst) {
   EXPECT_EQ(Evaluate("f -EXETYPE junk -FULLSCREEN -FAKEFULLSCREEN"), Error::UnknownExecutableType);
 }
 
-// ---- The video slots, which no option fills
-
 TEST_F(CommandLine, ChecksTheVideoTarget) {
   ArgumentLine line;
   line.fileName = "f";
