@@ -28,7 +28,7 @@ else()
   set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
   add_compile_options(-fstack-protector-strong -D_FORTIFY_SOURCE=2 -Wformat
                       -Werror=format-security)
-  add_link_options(-Wl,-z,relro -Wl,-z,now -pie)
+  add_link_options(-Wl,-z,relro -Wl,-z,now -pie -Wl,-O1 -Wl,--as-needed -Wl,--hash-style=gnu)
 endif()
 if(QUILLMERE_FUZZ)
   add_compile_options(-fsanitize-coverage=trace-pc)

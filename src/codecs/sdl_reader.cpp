@@ -12,6 +12,7 @@
 
 #include "base/byte_order.h"
 #include "codecs/picture_formats.h"
+#include "codecs/sdl_image_library.h"
 #include "codecs/size_limits.h"
 #include "codecs/storage.h"
 #include "codecs/xpm_text.h"
@@ -254,7 +255,9 @@ struct StreamFree {
 };
 
 Result<SurfacePtr> LoadSurface(FileBytes bytes, const SdlFormat& format) {
-  if (bytes.size() > INT32_MAX || !format.fits(bytes)) return Fail(Error::UnknownImageFormat);
+  if (bytes.size() > INT32_MAX || !format.fits(bytes) || !SdlImageIsThere()) {
+    return Fail(Error::UnknownImageFormat);
+  }
   const std::unique_ptr<SDL_RWops, StreamFree> stream(SDL_AllocRW());
   if (!stream) return Fail(Error::OutOfMemory);
   SdlSource source{bytes};

@@ -9,6 +9,7 @@
 #include "codecs/picture_formats.h"
 #include "codecs/size_limits.h"
 #include "codecs/storage.h"
+#include "codecs/tiff_library.h"
 
 namespace quillmere {
 namespace {
@@ -72,6 +73,7 @@ struct TiffClose {
 using TiffPtr = std::unique_ptr<TIFF, TiffClose>;
 
 TiffPtr OpenTiff(TiffSource& source) {
+  if (!TiffIsThere()) return nullptr;
   TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
   if (options == nullptr) return nullptr;
   TIFFOpenOptionsSetErrorHandlerExtR(options, KeepQuiet, nullptr);

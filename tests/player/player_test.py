@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Starts the finished player as users do: player_test.py PLAYER QMC [TEST ...]"""
+"""Starts the finished player as users do: player_test.py PLAYER QMC BUILD [TEST ...]"""
 import os
 import pathlib
 import subprocess
@@ -7,7 +7,7 @@ import sys
 import tempfile
 import unittest
 
-PLAYER, QMC = (pathlib.Path(p).resolve() for p in sys.argv[1:3])
+PLAYER, QMC, BUILD = (pathlib.Path(p).resolve() for p in sys.argv[1:4])
 PICTURE = (pathlib.Path(__file__).parents[2] / "demos/media/kite_red.png").read_bytes()
 MARKER = bytes.fromhex("C0DECAFEC0CAC01A")
 
@@ -90,6 +90,38 @@ class PlayerTest(unittest.TestCase):
         (self.directory / "picture.png").unlink()
         self.assertEqual(self.play("-QUIET", applet), ("", "made\n"))
 
+    def without_library(self, name):
+        """The variable that makes the loader find a file that is no library under that name."""
+        libraries = self.directory / "libraries"
+        libraries.mkdir(exist_ok=True)
+        (libraries / name).write_text("no library")
+        return {"LD_LIBRARY_PATH": str(libraries)}
+
+    def test_without_sdl_only_windows_are_missing(self):
+        applet = self.compile('DebugPrint("ran")')
+        variables = self.without_library("libSDL2-2.0.so.0")
+        self.assertEqual(self.play("-QUIET", applet, **variables), ("", "ran\n"))
+        out, err = self.play("-QUIET", applet, QUILLMERE_PLATFORM="sdl", **variables)
+        self.assertEqual((out, err), ("", "SDL2 is not installed\nError: Cannot open intuition.library !\n"))
+
+    def test_a_missing_picture_library_fails_only_its_pictures(self):
+        (self.directory / "picture.png").write_bytes(PICTURE)
+        header = bytes([0, 0, 2] + [0] * 9 + [1, 0, 1, 0, 24, 0])
+        (self.directory / "picture.tga").write_bytes(header + b"\x10\x20\x30")
+        variables = self.without_library("libSDL2_image-2.0.so.0")
+        script = 'LoadBrush(1, "picture.{}")\nDebugPrint("read")'
+        read_png, read_tga = (self.compile(script.format(kind), name=kind) for kind in ("png", "tga"))
+        self.assertEqual(self.play("-QUIET", read_png, **variables)[1], "read\n")
+        self.assertEqual(self.play("-QUIET", read_tga)[1], "read\n")
+        self.assertIn('"picture.tga" is in an unknown', self.play("-QUIET", read_tga, **variables)[1])
+
+    def test_an_installed_player_plays(self):
+        applet = self.compile('DebugPrint("ran")')
+        target = self.directory / "installed"
+        self.run_program("cmake", "--install", BUILD, "--prefix", target)
+        result = self.run_program(target / "bin/quillmere", "-QUIET", applet)
+        self.assertEqual((result.returncode, result.stderr), (0, "ran\n"))
+
     @unittest.skipIf(b"__asan_init" in PLAYER.read_bytes(), "sanitizers take more")
     def test_a_small_applet_takes_little_memory(self):
         applet = self.compile('DebugPrint("x")')
@@ -105,4 +137,4 @@ class PlayerTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])

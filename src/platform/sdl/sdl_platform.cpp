@@ -6,6 +6,7 @@
 
 #include "platform/posix/desktop_requests.h"
 #include "platform/posix/platform_base.h"
+#include "platform/sdl/sdl_library.h"
 #include "platform/sdl/sdl_requests.h"
 #include "platform/sdl/sdl_services.h"
 #include "platform/sdl/sdl_time.h"
@@ -25,6 +26,10 @@ class VideoSystem {
   VideoSystem& operator=(const VideoSystem&) = delete;
 
   bool Open() {
+    if (!SdlIsThere()) {
+      std::fputs("SDL2 is not installed\n", stderr);
+      return false;
+    }
     // The program's own watch gathers signals, and windows are closed one by one.
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
     SDL_SetHint(SDL_HINT_QUIT_ON_LAST_WINDOW_CLOSE, "0");

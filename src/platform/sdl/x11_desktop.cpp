@@ -12,6 +12,8 @@
 #include <string_view>
 #include <thread>
 
+#include "platform/sdl/sdl_library.h"
+
 namespace quillmere {
 namespace {
 
@@ -28,7 +30,7 @@ using Connection = std::unique_ptr<Display, CloseDisplay>;
 /// A connection of its own, so that nothing that SDL waits for is lost.
 Connection Connect() {
   const char* driver = SDL_GetCurrentVideoDriver();
-  if (driver == nullptr || std::string_view(driver) != "x11") return nullptr;
+  if (driver == nullptr || std::string_view(driver) != "x11" || !XlibIsThere()) return nullptr;
   return Connection(XOpenDisplay(nullptr));
 }
 
@@ -80,7 +82,9 @@ std::uint32_t Channel(unsigned long pixel, unsigned long mask) {
 std::optional<SDL_SysWMinfo> SystemWindow(SDL_Window* window) {
   SDL_SysWMinfo info;
   SDL_VERSION(&info.version);
-  if (!SDL_GetWindowWMInfo(window, &info) || info.subsystem != SDL_SYSWM_X11) return std::nullopt;
+  if (!SDL_GetWindowWMInfo(window, &info) || info.subsystem != SDL_SYSWM_X11 || !XlibIsThere()) {
+    return std::nullopt;
+  }
   return info;
 }
 
