@@ -25,6 +25,8 @@ struct PictureObject {
   int hamBits = 0;
   /// The pen that is transparent.
   std::optional<std::uint8_t> transparentPen;
+  /// The transparent pen is how the format writes an alpha channel of two levels.
+  bool penIsAlpha = false;
   Palette palette{};
   /// One byte a pixel in rows of `PenStride(width)`.
   std::vector<std::uint8_t> pens;

@@ -77,7 +77,19 @@ void TurnToRgba(std::span<std::uint32_t> pixels, bool hasAlpha) {
   for (std::uint32_t& pixel : pixels) pixel = std::rotl(pixel, 8) | opaque;
 }
 
+/// Makes the pixels of the transparent pen transparent and all others opaque.
+void AddAlphaOfPen(const PictureObject& object, std::span<std::uint32_t> pixels) {
+  for (int y = 0; y < object.height; ++y) {
+    const std::uint8_t* pens = object.pens.data() + y * PenStride(object.width);
+    std::uint32_t* out = pixels.data() + static_cast<std::size_t>(y) * object.width;
+    for (int x = 0; x < object.width; ++x) {
+      if (pens[x] != *object.transparentPen) out[x] |= 0xFF000000;
+    }
+  }
+}
+
 Result<DecodedPicture> Finish(PictureObject object, const PictureOptions& options) {
+  const bool wantsAlpha = options.alphaMode != AlphaMode::None;
   DecodedPicture picture;
   picture.width = object.width;
   picture.height = object.height;
@@ -88,10 +100,12 @@ Result<DecodedPicture> Finish(PictureObject object, const PictureOptions& option
     PlanarToPixels(object.pens, object.palette, object.width, object.height, object.hamBits,
                    picture.pixels);
     picture.palette = object.palette;
+    picture.hasAlpha = wantsAlpha && object.penIsAlpha;
+    if (picture.hasAlpha) AddAlphaOfPen(object, picture.pixels);
   } else {
     picture.pixels = std::move(object.pixels);
   }
-  picture.hasAlpha = object.depth == 32 && options.alphaMode != AlphaMode::None;
+  picture.hasAlpha |= wantsAlpha && object.depth == 32;
   if (options.alphaMode == AlphaMode::Required && !picture.hasAlpha) {
     return Fail(Error::NoAlphaChannel);
   }

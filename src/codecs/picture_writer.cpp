@@ -1,5 +1,7 @@
 #include "codecs/picture_writer.h"
 
+#include <string>
+
 #include "codecs/gif_writer.h"
 #include "codecs/ilbm.h"
 #include "codecs/jpeg_writer.h"
@@ -80,8 +82,12 @@ Status WriteImage(Host& host, std::string_view name, const PlanesView& planes,
                   const ImageOptions& options) {
   const auto words = TRY(PrepareSaveCopy(planes, options.transparentColor, false));
   const int width = planes.bitmap.width;
-  return WriteWords(host, name, {words.data(), width, planes.bitmap.height, width},
-                    planes.alpha != nullptr, options);
+  const Status written = WriteWords(host, name, {words.data(), width, planes.bitmap.height, width},
+                                    planes.alpha != nullptr, options);
+  if (written || written.error() == Error::OutOfMemory || written.error() == Error::WrongUsage) {
+    return written;
+  }
+  return host.errors.Fail(Error::CannotWriteFile, std::string(name));
 }
 
 }  // namespace quillmere

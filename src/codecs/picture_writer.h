@@ -35,8 +35,8 @@ struct PlanesView {
 };
 
 /// Writes a picture into a file. An alpha plane is kept by PNG alone.
-/// Errors: `CannotWriteFile` with the name, `WrongUsage` for a format that is none, `OutOfMemory`,
-/// `CannotWriteAll` when the device is full.
+/// Errors: `CannotWriteFile` with the name, also when the device is full; `WrongUsage` for a format
+/// that is none; `OutOfMemory`.
 Status WriteImage(Host& host, std::string_view name, const PlanesView& planes,
                   const ImageOptions& options);
 

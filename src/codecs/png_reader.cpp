@@ -93,6 +93,7 @@ void ChooseForm(PngReader& reader) {
   }
   if (reader.keepsPens) {
     reader.object.depth = bits;
+    reader.object.penIsAlpha = reader.object.transparentPen.has_value();
     png_set_packing(png);
     return;
   }

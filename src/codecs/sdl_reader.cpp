@@ -85,8 +85,12 @@ bool PcxFits(FileBytes bytes) {
     return std::uint64_t{1} + LoadLittle<std::uint16_t>(&bytes[to]) -
            LoadLittle<std::uint16_t>(&bytes[from]);
   };
+  const std::uint64_t width = extent(4, 8);
+  // The decoder takes a row of as many bytes as are told here, and pixels from it that may be more.
+  const std::uint16_t rowBytes = LoadLittle<std::uint16_t>(&bytes[66]);
+  if (rowBytes > INT16_MAX || width * bytes[3] > std::uint64_t{rowBytes} * 8) return false;
   // A run of 63 bytes, each eight pixels, takes two.
-  return IsBelievable(extent(4, 8), extent(6, 10), 252, bytes.size());
+  return IsBelievable(width, extent(6, 10), 252, bytes.size());
 }
 
 /// Reads unsigned decimal numbers out of text; whatever stands between them is passed over.
@@ -159,7 +163,8 @@ bool IsTga(FileBytes bytes) {
   const int bits = bytes[16];
   const bool mapped = kind == 1;
   if (kind < 1 || kind > 3 || bytes[2] > 11 || mapped != (bytes[1] == 1)) return false;
-  if (mapped && (LoadLittle<std::uint16_t>(&bytes[5]) == 0 || bits != 8)) return false;
+  const std::uint16_t colors = LoadLittle<std::uint16_t>(&bytes[5]);
+  if (mapped && (colors == 0 || colors > 256 || bits != 8)) return false;
   return bits == 8 || bits == 15 || bits == 16 || bits == 24 || bits == 32;
 }
 

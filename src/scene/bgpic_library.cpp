@@ -5,6 +5,7 @@
 #include "scene/bgpic_change.h"
 #include "scene/display_commands.h"
 #include "scene/libraries.h"
+#include "scene/new_id.h"
 #include "scene/picture_loader.h"
 #include "scene/scene_state.h"
 #include "scene/size_arguments.h"
@@ -19,12 +20,6 @@ SceneState& Scene(VmState& state) {
 bool IsAbsent(VmState& state, int index) {
   const VmType type = vmType(state, index);
   return type == VmType::None || type == VmType::Nil;
-}
-
-CommandResult PushNewId(VmState& state, const ObjectId& asked, const ObjectId& made) {
-  if (!asked.AsksForHandle()) return 0;
-  vmPushId(state, made);
-  return 1;
 }
 
 /// The fill behind a loaded picture.
@@ -177,7 +172,7 @@ CommandResult ScaleBGPic(VmState& state) {
   vmCheckArgs(state, 3, 4);
   SceneState& scene = Scene(state);
   const ObjectId id = vmArgId(state, 1);
-  qmBGPic* bgpic = TRY(FindBGPic(scene, id));
+  qmBGPic* bgpic = TRY(FindBGPic(scene, id, FIND_MODIFY | FIND_KEEP_LAYERS));
   if (DisplayOf(scene, *bgpic) != nullptr) return Error::BGPicSizeIsDisplayed;
   if (IsSelectedOutput(scene, ObjectType::BGPIC, id)) return Error::BGPicIsOutput;
   const PictureSizeArguments size =

@@ -4,6 +4,7 @@
 
 #include "pixels/area.h"
 #include "scene/brush_commands.h"
+#include "scene/new_id.h"
 #include "scene/redraw.h"
 #include "scene/scene_state.h"
 
@@ -78,9 +79,7 @@ CommandResult Convert(VmState& state, const Conversion& conversion) {
   Planes planes = TRY(CopyPlanes(source.planes));
   const ObjectId made = TRY(AddBrush(vmRoom<SceneState>(state), conversion.target,
                                      std::move(planes), source.transparentColor));
-  if (!conversion.target.AsksForHandle()) return 0;
-  vmPushId(state, made);
-  return 1;
+  return PushNewId(state, conversion.target, made);
 }
 
 /// The rectangle of the screen that the options ask for, cut to the screen.
@@ -131,9 +130,7 @@ CommandResult GrabDesktop(VmState& state) {
   Planes planes = TRY(
       ARGBToBitmap(picture->pixels, std::nullopt, picture->width, picture->height, picture->width));
   const ObjectId made = TRY(AddBrush(scene, id, std::move(planes), noTransparentColor));
-  if (!id.AsksForHandle()) return 0;
-  vmPushId(state, made);
-  return 1;
+  return PushNewId(state, id, made);
 }
 
 }  // namespace quillmere

@@ -14,7 +14,7 @@ CommandResult SelectPlane(VmState& state, ObjectType kind) {
   target.kind = kind;
   target.frame = vmArgOptInt(state, 3, 0);
   if (target.type == ObjectType::ANIM && vmGetTop(state) == 2) return Error::NotEnoughArguments;
-  if (target.type != ObjectType::ANIM) target.frame = 0;
+  if (target.type == ObjectType::BRUSH || target.type == ObjectType::BGPIC) target.frame = 0;
   return SelectOutput(vmRoom<SceneState>(state), target);
 }
 

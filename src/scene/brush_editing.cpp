@@ -40,9 +40,10 @@ int ArgLevel(VmState& state, int index) {
   return ToInt32(vmArgPercent(state, index, fullLevel, true));
 }
 
-/// Gives a brush its transformed planes; the guard's first step comes before any other check.
-CommandResult Transform(VmState& state, const Matrix& matrix, bool smooth) {
-  qmBrush* brush = TRY(BrushToModify(state));
+/// Gives a brush its transformed planes. Vector brushes are taken too, and marked.
+CommandResult Transform(VmState& state, const ObjectId& id, const Matrix& matrix, bool smooth) {
+  qmBrush* brush = TRY(FindBrush(Scene(state), id, FIND_MODIFY));
+  brush->vectorTransformed = brush->imageType != IMAGETYPE_RASTER;
   ReplaceBrushPlanes(*brush, TRY(TransformPlanes(brush->planes, WholeOf(*brush), matrix, smooth)));
   return 0;
 }
@@ -82,34 +83,34 @@ Result<std::vector<ColorPair>> ReadColorPairs(VmState& state, int index) {
 
 CommandResult ScaleBrush(VmState& state) {
   vmCheckArgs(state, 3, 4);
-  SceneState& scene = Scene(state);
-  const ObjectId id = vmArgId(state, 1);
-  const qmBrush* found = TRY(FindBrush(scene, id, FIND_NO_VECTOR));
-  const PictureSizeArguments size = TRY(ReadSizeArguments(state, 2, found->width, found->height));
   const bool smooth = ArgSwitch(state, 4);
-  qmBrush* brush = TRY(FindBrushToModify(scene, id));
+  qmBrush* brush = TRY(BrushToModify(state));
+  const PictureSizeArguments size = TRY(ReadSizeArguments(state, 2, brush->width, brush->height));
   if (size.width == brush->width && size.height == brush->height) return 0;
-  ReplaceBrushPlanes(*brush, TRY(ScalePlanes(scene.pixels().scaleTables, brush->planes,
+  ReplaceBrushPlanes(*brush, TRY(ScalePlanes(Scene(state).pixels().scaleTables, brush->planes,
                                              WholeOf(*brush), size.width, size.height, smooth)));
   return 0;
 }
 
 CommandResult RotateBrush(VmState& state) {
   vmCheckArgs(state, 2, 5);
-  TRY(RequireNotSelectedBrush(Scene(state), vmArgId(state, 1)));
+  const ObjectId id = vmArgId(state, 1);
   const std::int32_t angle = vmArgInt(state, 2) % 360;
   const double scaleX = vmArgOptNumber(state, 3, 1);
   const double scaleY = vmArgOptNumber(state, 4, 1);
+  TRY(RequireNotSelectedBrush(Scene(state), id));
   if (scaleX == 0 || scaleY == 0) return Error::WrongUsage;
-  return Transform(state, BuildMatrix(0, 0, 1, 1, angle, scaleX, scaleY), ArgSwitch(state, 5));
+  return Transform(state, id, BuildMatrix(0, 0, 1, 1, angle, scaleX, scaleY), ArgSwitch(state, 5));
 }
 
 CommandResult TransformBrush(VmState& state) {
   vmCheckArgs(state, 5, 6);
+  const ObjectId id = vmArgId(state, 1);
   const Matrix matrix{vmArgNumber(state, 2), vmArgNumber(state, 3), vmArgNumber(state, 4),
                       vmArgNumber(state, 5)};
   if (matrix.m00 == 0 || matrix.m11 == 0) return Error::WrongUsage;
-  return Transform(state, matrix, ArgSwitch(state, 6));
+  TRY(RequireNotSelectedBrush(Scene(state), id));
+  return Transform(state, id, matrix, ArgSwitch(state, 6));
 }
 
 CommandResult CropBrush(VmState& state) {
@@ -194,8 +195,8 @@ CommandResult TintBrush(VmState& state) {
   vmCheckArgs(state, 3, 3);
   const std::uint32_t color = vmArgUnsigned(state, 2) & 0xFFFFFF;
   const int level = ArgLevel(state, 3);
-  if (level < 0 || level > fullLevel) return Error::WrongUsage;
   qmBrush* brush = TRY(BrushToModify(state));
+  if (level < 0 || level > fullLevel) return Error::WrongUsage;
   TintPicture(*brush->planes.bitmap, WholeOf(*brush), color, level);
   return 0;
 }
@@ -214,9 +215,8 @@ CommandResult MixBrush(VmState& state) {
 
 CommandResult ReplaceColors(VmState& state) {
   vmCheckArgs(state, 2, 2);
-  TRY(RequireNotSelectedBrush(Scene(state), vmArgId(state, 1)));
-  const std::vector<ColorPair> pairs = TRY(ReadColorPairs(state, 2));
   qmBrush* brush = TRY(BrushToModify(state));
+  const std::vector<ColorPair> pairs = TRY(ReadColorPairs(state, 2));
   ReplaceColorList(*brush->planes.bitmap, pairs);
   return 0;
 }

@@ -3,18 +3,13 @@
 #include "pixels/blit.h"
 #include "pixels/mask_ops.h"
 #include "scene/brush_commands.h"
+#include "scene/new_id.h"
 #include "scene/picture_loader.h"
 #include "scene/save_options.h"
 #include "scene/scene_state.h"
 
 namespace quillmere {
 namespace {
-
-CommandResult PushNewId(VmState& state, const ObjectId& asked, const ObjectId& made) {
-  if (!asked.AsksForHandle()) return 0;
-  vmPushId(state, made);
-  return 1;
-}
 
 struct CreateOptions {
   bool alphaChannel = false;

@@ -93,10 +93,8 @@ Status CutPart(PendingPicture& picture, const LoadOptions& options) {
   if (options.x >= picture.width || options.y >= picture.height) {
     return Fail(Error::SpecifiedCoordinatesOutRange);
   }
-  const std::int32_t restX = picture.width - options.x;
-  const std::int32_t restY = picture.height - options.y;
-  const std::int32_t width = options.width == -1 ? restX : std::min(options.width, restX);
-  const std::int32_t height = options.height == -1 ? restY : std::min(options.height, restY);
+  const std::int32_t width = std::min(options.width, picture.width - options.x);
+  const std::int32_t height = std::min(options.height, picture.height - options.y);
   if (width < 1 || height < 1) return Fail(Error::SizeNotPositive);
   std::vector<std::uint32_t> part;
   part.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));

@@ -26,11 +26,11 @@ struct LoadOptions {
   bool loadAlpha = false;
   /// 0 to 255, -1 for off.
   std::int32_t globalAlpha = -1;
-  /// The part of the picture that is wanted; sizes of -1 reach to its edge.
+  /// The part of the picture that is wanted; it is cut to the picture.
   std::int32_t x = 0;
   std::int32_t y = 0;
-  std::int32_t width = -1;
-  std::int32_t height = -1;
+  std::int32_t width = INT32_MAX;
+  std::int32_t height = INT32_MAX;
   bool hasPart = false;
   /// Keep the raw picture in the cache, or take it from there, under this name; empty for neither.
   std::string cacheName;

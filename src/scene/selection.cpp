@@ -22,6 +22,9 @@ Result<SelectedPlanes> ResolveBGPic(SceneState& scene, const SelectionTarget& ta
 Result<SelectedPlanes> Resolve(SceneState& scene, SelectionTarget& target) {
   if (target.type == ObjectType::BRUSH) return ResolveBrush(scene, target);
   if (target.type == ObjectType::BGPIC) return ResolveBGPic(scene, target);
+  if (target.type == ObjectType::LAYER && !scene.currentDisplay->layersEnabled) {
+    return Fail(Error::LayersRequired);
+  }
   const auto found = scene.selectables.find(target.type);
   if (found == scene.selectables.end()) return Fail(Error::WrongUsage);
   return found->second->Resolve(target);
@@ -47,18 +50,23 @@ SelectionTarget TargetOf(const qmDisplay& display, const qmOutput& output) {
   return target;
 }
 
-/// Makes the plane that is drawn into when it is missing; the other kind goes.
+/// Makes the plane that is drawn into when it is missing. A picture whose mask is drawn into has no
+/// alpha channel any more, and the other way round.
 Status MakeSelectedPlane(Planes& planes, ObjectType kind) {
   const int width = planes.bitmap->width;
   const int height = planes.bitmap->height;
-  if (kind == ObjectType::MASK && !planes.mask) {
-    planes.mask = TRY(AllocMask(width, height, true));
-    FillMask(*planes.mask, {0, 0, width, height}, MASKVISIBLE);
+  if (kind == ObjectType::MASK) {
+    if (!planes.mask) {
+      planes.mask = TRY(AllocMask(width, height, true));
+      FillMask(*planes.mask, {0, 0, width, height}, MASKVISIBLE);
+    }
     planes.alpha.reset();
   }
-  if (kind == ObjectType::ALPHACHANNEL && !planes.alpha) {
-    planes.alpha = TRY(AllocAlphaMap(width, height, false));
-    FillAlpha(*planes.alpha, {0, 0, width, height}, 255);
+  if (kind == ObjectType::ALPHACHANNEL) {
+    if (!planes.alpha) {
+      planes.alpha = TRY(AllocAlphaMap(width, height, false));
+      FillAlpha(*planes.alpha, {0, 0, width, height}, 255);
+    }
     planes.mask.reset();
   }
   return {};

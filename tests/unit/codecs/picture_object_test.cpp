@@ -189,6 +189,21 @@ TEST(DamagedPicture, FlippedBytesDoNoHarm) {
   }
 }
 
+// Decoders that believe these headers read or write beyond their memory.
+TEST(DamagedPicture, HeadersThatContradictThemselvesAreRefused) {
+  const auto refuses = [](const char* name, std::size_t at, int value) {
+    auto bytes = BytesOf(name);
+    bytes[at] = static_cast<std::uint8_t>(value);
+    bytes[at + 1] = static_cast<std::uint8_t>(value >> 8);
+    return !MakePictureObject(bytes);
+  };
+  constexpr std::size_t pcxRowBytes = 66;
+  EXPECT_TRUE(refuses("palette.pcx", pcxRowBytes, width - 1));
+  EXPECT_TRUE(refuses("palette.pcx", pcxRowBytes, 0x8684));
+  constexpr std::size_t tgaColors = 5;
+  EXPECT_TRUE(refuses("palette.tga", tgaColors, 257));
+}
+
 /// A file of a header that promises 60000 by 60000 pixels and ten bytes of data.
 struct Promise {
   const char* name;

@@ -131,6 +131,21 @@ TEST_F(PictureReader, AlphaModes) {
   }
 }
 
+TEST_F(PictureReader, TransparentPenOfAPngIsAnAlphaChannel) {
+  PictureOptions options;
+  options.alphaMode = AlphaMode::Required;
+  const auto picture = ReadPicture(host, samples::PathOf("palette_transparent.png"), options);
+  ASSERT_TRUE(picture);
+  EXPECT_TRUE(picture->hasAlpha);
+  EXPECT_EQ(picture->pixels, samples::Compute([](int x, int y) {
+              return (samples::Pen(x, y) == 0 ? 0u : 0xFF000000u) | samples::PenColor(x, y);
+            }));
+  EXPECT_EQ(ReadPicture(host, samples::PathOf("palette.png"), options).error(),
+            Error::NoAlphaChannel);
+  EXPECT_EQ(ReadPicture(host, samples::PathOf("palette_transparent.gif"), options).error(),
+            Error::NoAlphaChannel);
+}
+
 TEST_F(PictureReader, PalettesComeAlong) {
   const auto picture = ReadPicture(host, samples::PathOf("palette.gif"));
   ASSERT_TRUE(picture && picture->palette);

@@ -150,12 +150,16 @@ TEST_F(PictureFile, EveryFormatTakesPlanes) {
 
 TEST_F(PictureFile, FileThatCannotBeWrittenIsNamed) {
   const Planes planes = SamplePlanes();
-  for (int format = 0; format < 5; ++format) {
-    const auto status = WriteImage(host, "/nowhere/a", ViewOf(planes),
-                                   {.format = static_cast<ImageFormat>(format)});
-    ASSERT_FALSE(status);
-    EXPECT_EQ(status.error(), Error::CannotWriteFile);
-    EXPECT_EQ(host.errors.argument, "/nowhere/a");
+  for (const std::string name : {"/nowhere/a", "/dev/full"}) {
+    for (int format = 0; format < 5; ++format) {
+      SCOPED_TRACE(name + " in format " + std::to_string(format));
+      host.errors.argument.clear();
+      const auto status =
+          WriteImage(host, name, ViewOf(planes), {.format = static_cast<ImageFormat>(format)});
+      ASSERT_FALSE(status);
+      EXPECT_EQ(status.error(), Error::CannotWriteFile);
+      EXPECT_EQ(host.errors.argument, name);
+    }
   }
 }
 

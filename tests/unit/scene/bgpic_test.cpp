@@ -116,6 +116,9 @@ TEST(BGPicSelection, DrawsIntoTheBase) {
   ASSERT_EQ(stage.Call("SelectBGPic", {2, 0}), 0);
   EXPECT_EQ(stage.Call("FreeBGPic", {2}), 1378);
   EXPECT_EQ(stage.Call("ScaleBGPic", {2, 5, 5}), 1378);
+  stage.BGPic(2).locked = 1;
+  EXPECT_EQ(stage.Call("ScaleBGPic", {2, 5, 5}), 1314);
+  stage.BGPic(2).locked = 0;
   ASSERT_EQ(stage.Call("DisplayBrush", {1, -90000, 0}), 0);
   ASSERT_EQ(stage.Call("EndSelect"), 0);
   EXPECT_EQ(stage.BGPic(2).base.bitmap->Color(9, 9), 0x00FF00u);

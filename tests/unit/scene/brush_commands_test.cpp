@@ -78,6 +78,31 @@ TEST_F(BrushCommands, GuardRefusesSelectedAndLockedBrushes) {
   EXPECT_EQ(stage.Brush(1).width, 6);
 }
 
+// What is wrong with the brush is told before what is wrong with the other arguments.
+TEST_F(BrushCommands, GuardComesFirst) {
+  const std::vector<std::pair<const char*, std::vector<Arg>>> calls{
+      {"ScaleBrush", {1, 0, 0}},       {"RotateBrush", {1, 30, 0}},
+      {"CropBrush", {1, -1, 0, 2, 2}}, {"TintBrush", {1, 0, 300}},
+      {"MixBrush", {1, 99, 5}},        {"ReplaceColors", {1, List({1})}},
+      {"FloodFill", {1, -1, 0, 1, 2}}};
+  ASSERT_EQ(stage.Call("SelectBrush", {1}), ok);
+  for (const auto& [name, arguments] : calls) {
+    EXPECT_EQ(stage.Call(name, arguments), Code(Error::ActiveBrush)) << name;
+  }
+}
+
+TEST_F(BrushCommands, VectorBrushesAreTransformedButNotEdited) {
+  stage.Brush(1).imageType = IMAGETYPE_VECTOR;
+  EXPECT_EQ(stage.Call("InvertBrush", {1}), Code(Error::BrushTypeUnsupported));
+  EXPECT_EQ(stage.Call("SelectBrush", {1}), Code(Error::BrushTypeUnsupported));
+  EXPECT_EQ(stage.Call("DisplayBrushPart", {1, 0, 0, 0, 0, 2, 2}),
+            Code(Error::BrushTypeUnsupported));
+  ASSERT_EQ(stage.Call("RotateBrush", {1, 90}), ok);
+  EXPECT_EQ(stage.Call("BrushToBGPic", {1, 5}), Code(Error::TransformedVectorBrushToBGPic));
+  stage.Display().layersEnabled = true;
+  EXPECT_EQ(stage.Call("DisplayBrush", {1, 0, 0}), Code(Error::CannotInsertVectorBrush));
+}
+
 TEST_F(BrushCommands, ScaleTakesSharesAndProportions) {
   EXPECT_EQ(stage.Call("ScaleBrush", {1, "200%", "50%"}), ok);
   EXPECT_EQ(stage.Brush(1).width, 12);

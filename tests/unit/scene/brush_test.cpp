@@ -40,6 +40,7 @@ TEST(Brushes, LoadPartsAndTransparency) {
   EXPECT_EQ(load(Fields({{"x", -1}})), 1154);
   EXPECT_EQ(load(Fields({{"y", 10}})), 1217);
   EXPECT_EQ(load(Fields({{"width", 0}})), 1218);
+  EXPECT_EQ(load(Fields({{"height", -1}})), 1218);
   EXPECT_EQ(load(Fields({{"transparency", 1}, {"globalalpha", 9}})), 1223);
   EXPECT_EQ(load(Fields({{"loadalpha", 1}})), 1170);
   EXPECT_EQ(load(Fields({{"cachedload", 1}})), 1246);
@@ -188,6 +189,46 @@ TEST(BrushSelection, MakesMissingPlanesAtTheFirstDraw) {
   EXPECT_EQ(stage.Brush(1).planes.alpha->Row(2)[2], 255);
   EXPECT_EQ(stage.Call("SelectMask", {1, 4}), 1014);
   EXPECT_EQ(stage.Call("SelectBrush", {1, 2}), 1055);
+}
+
+/// An object of another room that has frames.
+class FramedObject : public Selectable {
+ public:
+  Result<SelectedPlanes> Resolve(SelectionTarget& target) override {
+    resolved = target;
+    return planes;
+  }
+  Result<SelectedPlanes> Prepare(const SelectionTarget& target) override {
+    prepared = target;
+    return planes;
+  }
+  void Finish(const SelectionTarget& target) override { finished = target; }
+
+  SelectedPlanes planes;
+  SelectionTarget resolved;
+  SelectionTarget prepared;
+  SelectionTarget finished;
+};
+
+TEST(BrushSelection, FramesOfOtherObjectsAreSelected) {
+  Stage stage;
+  ASSERT_EQ(stage.Call("CreateBrush", {1, 20, 10, 0, Fields({{"mask", 1}})}), 0);
+  const int layerType = static_cast<int>(ObjectType::LAYER);
+  EXPECT_EQ(stage.Call("SelectMask", {7, layerType, 3}), 1078);
+  FramedObject layer;
+  layer.planes = {stage.Brush(1).planes, 20, 10};
+  stage.scene->selectables[ObjectType::LAYER] = &layer;
+  stage.Display().layersEnabled = true;
+  ASSERT_EQ(stage.Call("SelectMask", {7, layerType, 3}), 0);
+  EXPECT_EQ(layer.resolved.frame, 3);
+  EXPECT_EQ(layer.resolved.id.number, 7);
+  EXPECT_EQ(stage.Display().out.mask, stage.Brush(1).planes.mask);
+  ASSERT_TRUE(PrepareOutput(*stage.scene));
+  EXPECT_EQ(layer.prepared.frame, 3);
+  ASSERT_EQ(stage.Call("EndSelect"), 0);
+  EXPECT_EQ(layer.finished.frame, 3);
+  EXPECT_EQ(layer.finished.kind, ObjectType::MASK);
+  stage.Display().layersEnabled = false;
 }
 
 TEST(BrushSelection, ComboWritesAllPlanes) {
