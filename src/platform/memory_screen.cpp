@@ -28,7 +28,8 @@ MemoryWindow::MemoryWindow(MemoryScreen& screen, const WindowOptions& windowOpti
     : options(windowOptions),
       screen_(screen),
       frame_(screen.Frame(windowOptions.borderless)),
-      geometry_{windowOptions.x, windowOptions.y, windowOptions.width, windowOptions.height} {
+      geometry_{WithinWindowReach(windowOptions.x), WithinWindowReach(windowOptions.y),
+                windowOptions.width, windowOptions.height} {
   Resize(geometry_.width, geometry_.height);
   screen_.Add(*this);
 }
@@ -73,12 +74,12 @@ void MemoryWindow::Fill(int x, int y, int width, int height, std::uint32_t color
 void MemoryWindow::MoveSize(int x, int y, int width, int height) {
   const Rectangle before = geometry_;
   screen_.NoteChange(Inner());
-  geometry_.x = x;
-  geometry_.y = y;
+  geometry_.x = WithinWindowReach(x);
+  geometry_.y = WithinWindowReach(y);
   Resize(width, height);
   screen_.NoteChange(Inner());
   if (geometry_.x != before.x || geometry_.y != before.y) {
-    Post({.kind = WindowMessageKind::Moved, .x = x, .y = y, .byUser = false});
+    Post({.kind = WindowMessageKind::Moved, .x = geometry_.x, .y = geometry_.y, .byUser = false});
   }
   if (geometry_.width != before.width || geometry_.height != before.height) {
     Post({.kind = WindowMessageKind::Resized,
@@ -90,10 +91,10 @@ void MemoryWindow::MoveSize(int x, int y, int width, int height) {
 
 void MemoryWindow::MoveByUser(int x, int y) {
   screen_.NoteChange(Inner());
-  geometry_.x = x;
-  geometry_.y = y;
+  geometry_.x = WithinWindowReach(x);
+  geometry_.y = WithinWindowReach(y);
   screen_.NoteChange(Inner());
-  Post({.kind = WindowMessageKind::Moved, .x = x, .y = y});
+  Post({.kind = WindowMessageKind::Moved, .x = geometry_.x, .y = geometry_.y});
 }
 
 void MemoryWindow::ResizeByUser(int width, int height) {

@@ -1,6 +1,7 @@
 // Windows, the screen, pointers, and the messages of windows.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -74,6 +75,14 @@ struct WindowShape {
   int height = 0;
   std::vector<std::uint8_t> alpha{};  ///< one byte a pixel, rows without padding
 };
+
+/// How far from the screen's corner a window's corner may lie, in pixels and in each direction;
+/// what is asked beyond ends there. Desktops count in 16 bits.
+constexpr int windowReach = 30000;
+
+constexpr int WithinWindowReach(int position) {
+  return std::clamp(position, -windowReach, windowReach);
+}
 
 struct WindowOptions {
   /// A number for the display whose window this is, the same each time that its window is opened

@@ -115,8 +115,8 @@ void SdlCanvas::ShowAll() {
 
 std::unique_ptr<SdlWindow> SdlWindow::Open(const WindowOptions& options, SdlDesktop& desktop) {
   // A new window is placed by its outer corner, later ones are moved by their inner one.
-  const int x = options.x + desktop.originX;
-  const int y = options.y + desktop.originY;
+  const int x = WithinWindowReach(options.x) + desktop.originX;
+  const int y = WithinWindowReach(options.y) + desktop.originY;
   const std::string title = Utf8FromLatin1(options.title);
   SdlWindowHandle handle;
   if (options.shape) {
@@ -160,7 +160,8 @@ SdlWindow::SdlWindow(SdlWindowHandle window, const WindowOptions& options, SdlDe
     }
   }
   known_ = ReadGeometry();
-  asked_ = {options.x, options.y, known_.width, known_.height};
+  asked_ = {WithinWindowReach(options.x), WithinWindowReach(options.y), known_.width,
+            known_.height};
   if (known_.x != asked_.x || known_.y != asked_.y) PlaceAt(asked_.x, asked_.y);
   known_ = ReadGeometry();
 }
@@ -209,11 +210,11 @@ void SdlWindow::Fill(int x, int y, int width, int height, std::uint32_t color) {
 }
 
 void SdlWindow::MoveSize(int x, int y, int width, int height) {
-  asked_ = {x, y, std::max(width, 1), std::max(height, 1)};
+  asked_ = {WithinWindowReach(x), WithinWindowReach(y), std::max(width, 1), std::max(height, 1)};
   if (asked_.width != known_.width || asked_.height != known_.height) {
     SDL_SetWindowSize(window_.get(), asked_.width, asked_.height);
   }
-  if (x != known_.x || y != known_.y) PlaceAt(x, y);
+  if (asked_.x != known_.x || asked_.y != known_.y) PlaceAt(asked_.x, asked_.y);
   NoteGeometry(false);
 }
 

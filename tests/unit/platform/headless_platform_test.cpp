@@ -2,6 +2,8 @@
 #include <png.h>
 #include <signal.h>
 
+#include <limits>
+
 #include "open_platform.h"
 #include "platform/opening.h"
 
@@ -178,6 +180,20 @@ TEST(HeadlessWindow, OnlyOneIsActive) {
                                           Kind::Inactive, Kind::Active, Kind::Inactive}));
   EXPECT_EQ(messages[3].window, second.get());
   EXPECT_EQ(messages[4].window, first.get());
+}
+
+TEST(HeadlessWindow, EndsItsWayAtTheReachOfWindows) {
+  constexpr int far = std::numeric_limits<int>::max();
+  const OpenPlatform platform;
+  const auto window = platform.OpenWindow({.x = far, .y = -far, .width = 4, .height = 4});
+  EXPECT_EQ(window->Geometry().x, windowReach);
+  EXPECT_EQ(window->Geometry().y, -windowReach);
+  window->MoveSize(-far, far, 4, 4);
+  EXPECT_EQ(window->Geometry().x, -windowReach);
+  EXPECT_EQ(window->Geometry().y, windowReach);
+  const auto messages = platform.MessagesUntil(1ms);
+  ASSERT_FALSE(messages.empty());
+  EXPECT_EQ(messages.back().x, -windowReach);
 }
 
 TEST(HeadlessWindow, TellsItsOwnChangesApart) {
