@@ -10,8 +10,6 @@
 namespace quillmere {
 namespace {
 
-/// Offsets in an applet have 32 bits, so that no more of it could be reached.
-constexpr std::int64_t unpackedAppletLimit = std::int64_t{1} << 32;
 /// How much of the applet's name goes into the name of its unpacked form.
 constexpr std::size_t tempSuffixLimit = 64;
 
@@ -20,9 +18,7 @@ Status Locate(Host& host, qmCLArgs& clargs) {
   PlatformFiles& files = host.Of<Platform>().files();
   const std::string name = NormaliseName(clargs.scriptPath);
   auto path = files.FullPath(name);
-  if (!path || !OpenFile(host, name, OpenMode::Read)) {
-    return host.errors.Fail(Error::FileDoesNotExist, clargs.scriptPath);
-  }
+  if (!path) return host.errors.Fail(Error::FileDoesNotExist, clargs.scriptPath);
   clargs.scriptPath = std::move(*path);
   files.SetCurrentDir(PathPart(clargs.scriptPath));
   return {};
@@ -36,18 +32,19 @@ std::optional<std::uint32_t> ReadMagic(qmFile& file, std::int64_t offset) {
 }
 
 /// Unpacks a compressed applet and returns the name of the file that holds it now.
-Result<std::string> Unpack(Host& host, const std::string& path, std::int64_t offset) {
+Result<std::string> Unpack(Host& host, const std::string& path, std::int64_t offset,
+                           std::int64_t limit) {
   const std::string_view base = NamePart(path);
   const auto suffix = base.substr(base.size() - std::min(base.size(), tempSuffixLimit));
   std::string unpacked = MakeTempName(host, "-" + std::string(suffix));
   if (unpacked.empty()) return host.errors.Fail(Error::CannotWriteFile, std::string(base));
-  TRY(Decompress(host, compressedAppletMagic, path, unpacked, offset, unpackedAppletLimit));
+  TRY(Decompress(host, compressedAppletMagic, path, unpacked, offset, limit));
   return unpacked;
 }
 
 }  // namespace
 
-Status ReadApplet(Host& host) {
+Status ReadApplet(Host& host, std::int64_t unpackedLimit) {
   auto& state = host.Of<FilesState>();
   qmCLArgs& clargs = state.clargs;
   TRY(Locate(host, clargs));
@@ -60,7 +57,7 @@ Status ReadApplet(Host& host) {
   if (!file) return host.errors.Fail(Error::CannotReadFile, path);
   auto magic = ReadMagic(*file, state.appletOffset);
   if (magic == compressedAppletMagic) {
-    path = TRY(Unpack(host, path, state.appletOffset));
+    path = TRY(Unpack(host, path, state.appletOffset, unpackedLimit));
     state.appletOffset = 0;
     file = OpenFile(host, path, OpenMode::Read);
     if (!file) return host.errors.Fail(Error::CannotReadFile, path);

@@ -454,7 +454,7 @@ class Parser {
       range.last = TRY(in_.I32());
       range.base = TRY(in_.I32());
       range.source = TRY(in_.String());
-      range.chunk = hasChunks ? TRY(in_.String()) : path_;
+      if (hasChunks) range.chunk = TRY(in_.String());
       info_.includeRanges.push_back(std::move(range));
     }
     return {};

@@ -46,10 +46,21 @@ struct Files {
   std::unique_ptr<qmFile> destination;
 };
 
+/// Whether two names lead to one file, which opening the second for writing would empty.
+bool AreOneFile(Host& host, std::string_view first, std::string_view second) {
+  const auto firstLock = LockName(host, first);
+  const auto secondLock = LockName(host, second);
+  return firstLock && secondLock &&
+         FullPathOfName(host, *firstLock) == FullPathOfName(host, *secondLock);
+}
+
 Result<Files> OpenBoth(Host& host, std::string_view source, std::string_view destination) {
   Files files;
   files.source = OpenFile(host, source, OpenMode::Read);
   if (!files.source) return host.errors.Fail(Error::CannotReadFile, std::string(source));
+  if (AreOneFile(host, source, destination)) {
+    return host.errors.Fail(Error::CannotWriteFile, std::string(destination));
+  }
   files.destination = OpenFile(host, destination, OpenMode::Write);
   if (!files.destination) {
     return host.errors.Fail(Error::CannotWriteFile, std::string(destination));

@@ -16,7 +16,7 @@ namespace quillmere {
 inline constexpr std::int64_t compressedHeaderSize = 8;
 
 /// Compresses a file and returns the size of the compressed one. On a failure the destination stays
-/// as far as it was written.
+/// as far as it was written. A destination that is the source itself is `Error::CannotWriteFile`.
 [[nodiscard]] Result<std::int64_t> Compress(Host& host, std::uint32_t magic,
                                             std::string_view source, std::string_view destination);
 

@@ -30,6 +30,9 @@ class MemoryNames {
   std::uint32_t next_ = 1;
 };
 
+/// The most bytes that are gathered for the clipboard.
+inline constexpr std::size_t clipboardLimit = std::size_t{256} << 20;
+
 struct FilesState {
   static constexpr Room room = Room::files;
 
@@ -47,6 +50,7 @@ struct FilesState {
   std::int64_t appletOffset = 0;
   MemoryNames memoryNames;
   std::vector<std::string> tempFiles;
+  std::size_t mostClipboardBytes = clipboardLimit;
   /// Decodes a picture that is written to the clipboard as a file; the room of the picture readers
   /// sets it. The pixels of an image come back, nothing when it cannot be read.
   std::function<std::optional<PixelImage>(std::span<const std::uint8_t>)> decodePicture;

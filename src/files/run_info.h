@@ -156,7 +156,7 @@ struct IncludeRange {
   std::int32_t base = 0;
   /// The source file that users know.
   std::string source;
-  /// The chunk whose lines are meant.
+  /// The chunk whose lines are meant; empty for the main chunk.
   std::string chunk;
 };
 

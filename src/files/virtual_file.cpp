@@ -226,7 +226,7 @@ std::size_t qmFile::ReadUnbuffered(std::span<std::uint8_t> bytes) {
 std::size_t qmFile::WriteClipboard(std::span<const std::uint8_t> bytes) {
   const auto position = static_cast<std::size_t>(Position());
   const auto end = CheckedAdd(position, bytes.size());
-  if (!end || *end > wholeFileLimit) return 0;
+  if (!end || *end > clipboardHost_->Of<FilesState>().mostClipboardBytes) return 0;
   if (*end > clipboard_.size()) clipboard_.resize(*end);
   std::ranges::copy(bytes, clipboard_.begin() + static_cast<std::ptrdiff_t>(position));
   SetPosition(static_cast<std::int64_t>(*end));
@@ -265,15 +265,20 @@ Result<std::vector<std::uint8_t>> ReadWholeFile(Host& host, std::string_view nam
 
   std::vector<std::uint8_t> bytes;
   // Files whose length is not known, or that grow, are read piece by piece.
-  std::size_t piece = known ? static_cast<std::size_t>(*known) : readAheadSize;
+  std::size_t piece = known ? static_cast<std::size_t>(*known) : std::min(readAheadSize, limit);
   for (;;) {
     const std::size_t old = bytes.size();
     bytes.resize(old + piece);
     const std::size_t count = file->ReadBytes(std::span(bytes).subspan(old));
     bytes.resize(old + count);
     if (count < piece || known) return bytes;
-    if (bytes.size() >= limit) return Fail(Error::OutOfMemory);
-    piece = std::min(bytes.size(), limit - bytes.size());
+    if (bytes.size() < limit) {
+      piece = std::min(bytes.size(), limit - bytes.size());
+    } else if (file->ReadByte() < 0) {
+      return bytes;
+    } else {
+      return Fail(Error::OutOfMemory);
+    }
   }
 }
 

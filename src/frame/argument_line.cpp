@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 
+#include "base/number_text.h"
 #include "base/numbers.h"
 
 namespace quillmere {
@@ -88,34 +88,6 @@ class LineReader {
   bool userArgumentWaits_ = false;
 };
 
-Result<NumberArgument> ParseWhole(std::string_view digits, int base, bool negative) {
-  std::uint64_t value = 0;
-  const char* end = digits.data() + digits.size();
-  const auto [rest, error] = std::from_chars(digits.data(), end, value, base);
-  if (rest == digits.data()) return Fail(Error::SyntaxError);
-  const double magnitude =
-      error == std::errc() ? static_cast<double>(value) : static_cast<double>(UINT64_MAX);
-  // Colours with their top bit set keep their bits.
-  const auto number =
-      negative ? ToInt32(-magnitude) : static_cast<std::int32_t>(ToUInt32(magnitude));
-  return NumberArgument{number, {rest, static_cast<std::size_t>(end - rest)}};
-}
-
-Result<NumberArgument> ParseDecimal(std::string_view text, bool negative) {
-  const bool startsFraction =
-      text.size() > 1 && text[0] == '.' && std::isdigit(static_cast<unsigned char>(text[1])) != 0;
-  if (text.empty() ||
-      (std::isdigit(static_cast<unsigned char>(text.front())) == 0 && !startsFraction)) {
-    return Fail(Error::ValueExpected);
-  }
-  double value = 0;
-  const char* end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-  if (error != std::errc()) value = 1e300;
-  return NumberArgument{ToInt32(negative ? -value : value),
-                        {rest, static_cast<std::size_t>(end - rest)}};
-}
-
 }  // namespace
 
 Result<std::string> JoinArguments(std::span<const char* const> arguments) {
@@ -136,18 +108,17 @@ Result<std::string> JoinArguments(std::span<const char* const> arguments) {
 }
 
 Result<ArgumentLine> ParseArgumentLine(std::string_view line) {
+  if (line.size() > argumentLineLimit) return Fail(Error::WrongArguments);
   return LineReader(line).Run();
 }
 
 Result<NumberArgument> ParseNumberArgument(std::string_view text) {
-  const bool negative = text.starts_with('-');
-  if (negative) text.remove_prefix(1);
-  if (text.starts_with('$')) return ParseWhole(text.substr(1), 16, negative);
-  if (text.starts_with('%')) return ParseWhole(text.substr(1), 2, negative);
-  if (text.starts_with("0x") || text.starts_with("0X")) {
-    return ParseWhole(text.substr(2), 16, negative);
-  }
-  return ParseDecimal(text, negative);
+  const NumberText number = TRY(ParseNumberText(text));
+  // A positive number in hexadecimal or binary digits may be a colour whose top bit is set.
+  const bool isPattern = text.starts_with('$') || text.starts_with('%') || text.starts_with("0x");
+  const std::int32_t value =
+      isPattern ? static_cast<std::int32_t>(ToUInt32(number.value)) : ToInt32(number.value);
+  return NumberArgument{value, text.substr(number.length)};
 }
 
 }  // namespace quillmere

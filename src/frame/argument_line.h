@@ -37,7 +37,7 @@ struct ArgumentLine {
 [[nodiscard]] Result<std::string> JoinArguments(std::span<const char* const> arguments);
 
 /// Reads a line of switches, values and one file name. A switch that takes no argument gets the
-/// value "1". Errors are `Error::WrongArguments`.
+/// value "1". Errors, a line that is too long among them, are `Error::WrongArguments`.
 [[nodiscard]] Result<ArgumentLine> ParseArgumentLine(std::string_view line);
 
 /// A number at the begin of an option's value.

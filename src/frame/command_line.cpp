@@ -103,6 +103,7 @@ class Evaluation {
 
   Status Run() {
     TRY(Files());
+    PixelWriting();
     WindowFlags();
     TRY(ScaleKinds());
     TRY(Video());
@@ -145,6 +146,12 @@ class Evaluation {
     }
     if (appletIsAppended_) clargs_.scriptPath = clargs_.selfPath;
     return {};
+  }
+
+  void PixelWriting() {
+    if (!line_.Has(Slot::UseWpa)) return;
+    const auto& mode = line_[Slot::WpaMode];
+    host_.Of<Platform>().windows().ChoosePixelWriting(mode ? DecimalOf(*mode) : 1);
   }
 
   void WindowFlags() {

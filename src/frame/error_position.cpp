@@ -17,15 +17,10 @@ std::string ChunkOfError(VmState& state) {
   return source.starts_with('?') ? std::string() : source;
 }
 
-/// Line tables without chunk names belong to the main chunk, and name the applet instead.
-bool IsChunkOf(const IncludeRange& range, const std::string& chunk, const qmCLArgs& clargs) {
-  return range.chunk == chunk || (chunk.empty() && range.chunk == clargs.scriptPath);
-}
-
 ScriptPlace PlaceInApplet(const FilesState& files, const std::string& chunk, int line) {
   const auto& ranges = files.applet.includeRanges;
   const auto found = std::ranges::find_if(ranges, [&](const IncludeRange& range) {
-    return IsChunkOf(range, chunk, files.clargs) && range.first <= line && line <= range.last;
+    return range.chunk == chunk && range.first <= line && line <= range.last;
   });
   if (found == ranges.end()) return {unknownFile, -1};
   const std::int64_t sourceLine = std::int64_t{line} + found->base + 1 - found->first;

@@ -32,7 +32,8 @@ std::optional<std::uint32_t> AppendedAppletOffset() {
   std::uint8_t bytes[sizeof playerMarker.offset];
   for (std::size_t i = 0; i < sizeof bytes; ++i) bytes[i] = playerMarker.offset[i];
   const auto offset = LoadBig<std::uint32_t>(bytes);
-  if (offset == player_marker::nothingAppended) return std::nullopt;
+  // An applet at the executable's own begin cannot be: 0 stands for none, too.
+  if (offset == player_marker::nothingAppended || offset == 0) return std::nullopt;
   return offset;
 }
 

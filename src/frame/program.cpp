@@ -8,6 +8,7 @@
 #include "files/applet_loader.h"
 #include "frame/argument_line.h"
 #include "frame/command_line.h"
+#include "frame/desktop_start.h"
 #include "frame/error_position.h"
 #include "frame/preload.h"
 #include "frame/private_lists.h"
@@ -93,7 +94,8 @@ Status Program::Start(std::span<const char* const> arguments) {
   files_->clargs.selfPath = platform_->files().ProgramPath();
   files_->appletOffset = appendedApplet_.value_or(0);
 
-  const std::string text = TRY(JoinArguments(arguments));
+  const bool fromDesktop = arguments.empty() && StartedFromDesktop();
+  const std::string text = fromDesktop ? LineOfProgramIcon(host_) : TRY(JoinArguments(arguments));
   const ArgumentLine line = TRY(ParseArgumentLine(text));
   TRY(EvaluateCommandLine(host_, line, appendedApplet_.has_value()));
   host_.flags.quiet = files_->clargs.quiet;
@@ -101,6 +103,7 @@ Status Program::Start(std::span<const char* const> arguments) {
   rooms_.emplace(host_);
   ServeClipboardPictures(host_);
   rooms_->lib.isAppended = appendedApplet_.has_value();
+  rooms_->lib.startedFromShell = !fromDesktop;
   FillRegistry();
   return OpenLibraries(*machine_);
 }

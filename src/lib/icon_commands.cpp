@@ -19,7 +19,6 @@ constexpr std::int32_t lastIconType = 8;
 
 constexpr int mostToolTypes = 255;
 constexpr std::size_t mostToolTypeText = 65536;
-constexpr std::size_t largestIconFile = std::size_t{16} << 20;
 
 std::string_view CutIconSuffix(std::string_view name) {
   if (name.size() < iconSuffix.size()) return name;

@@ -24,6 +24,9 @@
 
 namespace quillmere {
 
+/// Icon files beyond this are taken for damaged, in bytes.
+inline constexpr std::size_t largestIconFile = std::size_t{16} << 20;
+
 /// An icon file in pieces.
 struct IconFile {
   static constexpr std::size_t recordSize = 78;

@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <expected>
@@ -58,6 +61,16 @@ Result<std::unique_ptr<Platform>> PlatformOpen(Host& host) {
     for (std::string& name : action.texts) name = FromHere(name);
   }
   return OpenHeadlessPlatform(host, std::move(headless));
+}
+
+bool StartedFromDesktop() {
+  constexpr const char* marks[] = {"DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN",
+                                   "GIO_LAUNCHED_DESKTOP_FILE"};
+  const bool marked = std::ranges::any_of(marks, [](const char* mark) {
+    const char* value = std::getenv(mark);
+    return value != nullptr && *value != '\0';
+  });
+  return marked && isatty(STDIN_FILENO) == 0;
 }
 
 }  // namespace quillmere

@@ -33,6 +33,7 @@ constexpr OpeningStep steps[] = {
     {"main ports", Error::CannotCreatePort},
     {"requester signal", Error::NoSignal},
     {"requester task", Error::NoTask},
+    {"screen pens", Error::OutOfMemory},
     {"busy pointer", Error::CannotCreatePointer},
 };
 

@@ -41,4 +41,8 @@ class Platform {
 /// platform is entered in the host and translations are in force.
 [[nodiscard]] Result<std::unique_ptr<Platform>> PlatformOpen(Host& host);
 
+/// Whether the desktop seems to have started the program: a launcher has left its mark in the
+/// environment, and there is no terminal to read from.
+[[nodiscard]] bool StartedFromDesktop();
+
 }  // namespace quillmere

@@ -175,6 +175,10 @@ class PlatformWindows {
   /// Makes a named public screen the default for new windows; an unknown name is
   /// `Error::PublicScreenNotFound`.
   virtual Status UsePublicScreen(std::string_view name) = 0;
+  /// Chooses how windows that are opened from now on get their pixels: 0 copies them as the desktop
+  /// takes them, any other number goes through the graphics card where there is one. A run that
+  /// does not choose copies.
+  virtual void ChoosePixelWriting(int mode) = 0;
   /// A pointer of an image; larger ones are scaled down to 64 by 64.
   virtual Result<std::unique_ptr<PlatformPointer>> MakePointer(const PixelView& image, int hotX,
                                                                int hotY) = 0;

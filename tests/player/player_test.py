@@ -84,6 +84,33 @@ class PlayerTest(unittest.TestCase):
         at = bytes_.index(MARKER)
         self.assertEqual(bytes_[at - 4 : at], bytes.fromhex("DEADC0DE"))
 
+    def test_a_marker_of_zero_appends_nothing(self):
+        bytes_ = bytearray(PLAYER.read_bytes())
+        at = bytes_.index(MARKER) - 4
+        bytes_[at : at + 4] = bytes(4)
+        program = self.directory / "patched"
+        program.write_bytes(bytes_)
+        program.chmod(0o755)
+        applet = self.compile('DebugPrint("ran")')
+        self.assertEqual(self.run_program(program, "-QUIET", applet).stderr, "ran\n")
+
+    def test_the_icon_holds_the_options_of_a_start_from_the_desktop(self):
+        program = self.compile(
+            'list, count, shell = GetCommandLine()\nDebugPrint(count, shell)\n'
+            'If count > 0 Then DebugPrint(list[0].arg, list[0].param)', "--exe", PLAYER)
+        settings = [b"MINE=two words", b"(OTHER=1)"]
+        record = bytearray(78)
+        record[0:4] = bytes.fromhex("E3100001")
+        record[54] = 1
+        icon = bytes(record) + (4 * (len(settings) + 1)).to_bytes(4, "big")
+        for text in settings:
+            icon += (len(text) + 1).to_bytes(4, "big") + text + b"\0"
+        pathlib.Path(f"{program}.info").write_bytes(icon)
+        self.assertEqual(self.run_program(program).stderr, "0 1\n")
+        launched = {"DESKTOP_STARTUP_ID": "launcher-1"}
+        self.assertEqual(self.run_program(program, **launched).stderr, "1 0\nMINE two words\n")
+        self.assertEqual(self.run_program(program, "-x", **launched).stderr, "1 1\nx \n")
+
     def test_a_compressed_applet_plays_and_leaves_nothing(self):
         (self.directory / "picture.png").write_bytes(PICTURE)
         applet = self.compile('@BRUSH 1, "picture.png"\nDebugPrint("made")', "--compress")

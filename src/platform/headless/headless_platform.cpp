@@ -78,6 +78,8 @@ class HeadlessWindows final : public PlatformWindows {
     return errors_.Fail(Error::PublicScreenNotFound, std::string(name));
   }
 
+  void ChoosePixelWriting(int /*mode*/) override {}
+
   Result<std::unique_ptr<PlatformPointer>> MakePointer(const PixelView& image, int hotX,
                                                        int hotY) override {
     return MakePointerImage(image, hotX, hotY);

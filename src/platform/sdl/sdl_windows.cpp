@@ -61,6 +61,7 @@ SdlWindows::SdlWindows(ErrorContext& errors, SignalBox& signals, SdlClipboard& c
 }
 
 bool SdlWindows::Start() {
+  ChoosePixelWriting(0);
   SDL_DisplayMode mode;
   if (SDL_GetDesktopDisplayMode(monitor_, &mode) != 0) return false;
   if (const auto extents = AskX11FrameExtents()) {
@@ -286,6 +287,10 @@ Status SdlWindows::UsePublicScreen(std::string_view name) {
   }
   if (EqualsFolded(name, "workbench")) return {};
   return errors_.Fail(Error::PublicScreenNotFound, std::string(name));
+}
+
+void SdlWindows::ChoosePixelWriting(int mode) {
+  SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, mode == 0 ? "0" : "1");
 }
 
 Result<std::unique_ptr<PlatformPointer>> SdlWindows::MakePointer(const PixelView& image, int hotX,

@@ -37,6 +37,7 @@ class SdlWindows final : public PlatformWindows {
   Status OpenPlatformScreen(int width, int height, int depth) override;
   void ClosePlatformScreen() override;
   Status UsePublicScreen(std::string_view name) override;
+  void ChoosePixelWriting(int mode) override;
   Result<std::unique_ptr<PlatformPointer>> MakePointer(const PixelView& image, int hotX,
                                                        int hotY) override;
   std::unique_ptr<PlatformPointer> BusyPointer() override;

@@ -9,10 +9,11 @@ namespace {
 
 class AppletLoader : public FilesTest {
  protected:
-  Error Load(const std::string& path, std::int64_t offset = 0) {
+  Error Load(const std::string& path, std::int64_t offset = 0,
+             std::int64_t unpackedLimit = unpackedAppletLimit) {
     files->clargs.scriptPath = path;
     files->appletOffset = offset;
-    const Status status = ReadApplet(host);
+    const Status status = ReadApplet(host, unpackedLimit);
     return status ? Error::None : status.error();
   }
 
@@ -52,6 +53,7 @@ TEST_F(AppletLoader, MakesThePathAbsoluteAndGoesThere) {
 TEST_F(AppletLoader, NamesWhatIsMissingAsItWasGiven) {
   EXPECT_EQ(Load("no/such.qma"), Error::FileDoesNotExist);
   EXPECT_EQ(host.errors.argument, "no/such.qma");
+  EXPECT_EQ(Load(directory.Path("")), Error::CannotReadFile) << "a directory is there";
 }
 
 TEST_F(AppletLoader, RefusesWhatIsNoApplet) {
@@ -81,6 +83,13 @@ TEST_F(AppletLoader, UnpacksCompressedApplets) {
   EXPECT_EQ(temp.Count(), 1u);
   files.reset();
   EXPECT_EQ(temp.Count(), 0u);
+}
+
+TEST_F(AppletLoader, UnpacksUpToALimit) {
+  const auto size = static_cast<std::int64_t>(SmallApplet().size());
+  const std::string path = directory.Put("c.qma", Compressed(SmallApplet()));
+  EXPECT_EQ(Load(path, 0, size), Error::None);
+  EXPECT_EQ(Load(path, 0, size - 1), Error::CannotWriteAll);
 }
 
 TEST_F(AppletLoader, UnpacksOnlyOnce) {

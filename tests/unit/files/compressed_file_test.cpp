@@ -70,6 +70,15 @@ TEST_F(CompressedFiles, NameTheFileThatCannotBeOpened) {
   EXPECT_EQ(host.errors.argument, nowhere);
 }
 
+TEST_F(CompressedFiles, AreNeverWrittenOverTheirSource) {
+  const std::string path = directory.Put("one", "text");
+  std::filesystem::create_symlink(path, directory.Path("two"));
+  for (const std::string& other : {path, directory.Path("./one"), directory.Path("two")}) {
+    EXPECT_EQ(Compress(host, compressedFileMagic, path, other).error(), Error::CannotWriteFile);
+    EXPECT_EQ(directory.Get("one"), "text");
+  }
+}
+
 std::vector<std::uint8_t> Gzip(std::string_view text, bool withName) {
   z_stream stream{};
   deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);

@@ -1,7 +1,10 @@
 #include "files/virtual_file.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <random>
+#include <thread>
 
 #include "unit/files/applet_bytes.h"
 #include "unit/files/platform_fixture.h"
@@ -185,6 +188,21 @@ TEST_F(FilesTest, ReadsWholeFilesUpToALimit) {
   EXPECT_EQ(ReadWholeFile(host, "/no such file").error(), Error::CannotReadFile);
   EXPECT_EQ(host.errors.argument, "/no such file");
   EXPECT_TRUE(ReadWholeFile(host, directory.Put("empty", ""))->empty());
+  const std::string sparse = directory.Put("sparse", "");
+  std::filesystem::resize_file(sparse, wholeFileLimit + 1);
+  EXPECT_EQ(ReadWholeFile(host, sparse).error(), Error::OutOfMemory);
+}
+
+TEST_F(FilesTest, ReadsPipesUpToALimit) {
+  const std::string bytes = Pattern(20000);
+  const std::string path = directory.Path("pipe");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const auto readUpTo = [&](std::size_t limit) {
+    const std::jthread writer([&] { std::ofstream(path, std::ios::binary) << bytes; });
+    return ReadWholeFile(host, path, limit);
+  };
+  EXPECT_EQ(Text(*readUpTo(20000)), bytes);
+  EXPECT_EQ(readUpTo(19999).error(), Error::OutOfMemory);
 }
 
 TEST_F(FilesTest, PreparesSourcesForDecoders) {
@@ -229,6 +247,17 @@ TEST_F(FilesTest, HandsATextFormToTheClipboardWhenItIsClosed) {
   const auto content = platform->clipboard().Read();
   ASSERT_TRUE(content);
   EXPECT_EQ(content->text, "hello");
+}
+
+TEST_F(FilesTest, GathersForTheClipboardUpToALimit) {
+  const std::string form = TextForm("hello!");
+  files->mostClipboardBytes = form.size();
+  {
+    const auto file = OpenFile(host, ":::clipboard", OpenMode::Write);
+    EXPECT_EQ(file->WriteBytes(Bytes(form)), form.size());
+    EXPECT_FALSE(file->WriteByte('x'));
+  }
+  EXPECT_EQ(platform->clipboard().Read()->text, "hello!");
 }
 
 TEST_F(FilesTest, DropsWhatIsNoFormForTheClipboard) {

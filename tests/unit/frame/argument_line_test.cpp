@@ -5,6 +5,8 @@
 #include <array>
 #include <random>
 
+#include "frame/desktop_start.h"
+
 namespace quillmere {
 namespace {
 
@@ -31,6 +33,8 @@ TEST(ArgumentLine, HasALimit) {
   EXPECT_EQ(JoinArguments(std::array{longest.c_str()})->size(), argumentLineLimit);
   EXPECT_EQ(JoinArguments(std::array{longest.c_str(), "-a"}).error(), Error::WrongArguments);
   EXPECT_EQ(JoinArguments(std::array{(longest + "x").c_str()}).error(), Error::WrongArguments);
+  EXPECT_EQ(ParseArgumentLine("\"" + longest + "\"")->fileName, longest);
+  EXPECT_EQ(ParseArgumentLine("\"" + longest + "\" ").error(), Error::WrongArguments);
   EXPECT_EQ(JoinArguments({}), "");
 }
 
@@ -99,6 +103,12 @@ TEST(ArgumentLine, SurvivesLinesOfChance) {
   }
 }
 
+TEST(ArgumentLine, ComesFromAnIcon) {
+  EXPECT_EQ(LineOfToolTypes({"QUIET", "DEPTH=24", "", "(WINDOW)", "TITLE=a = b", "EMPTY="}),
+            "-QUIET -DEPTH \"24\" -TITLE \"a = b\" -EMPTY \"\"");
+  EXPECT_EQ(LineOfToolTypes({}), "");
+}
+
 TEST(NumberArgument, ReadsEveryForm) {
   struct Case {
     const char* text;
@@ -110,13 +120,13 @@ TEST(NumberArgument, ReadsEveryForm) {
                            {"$FF", 255, ""},
                            {"-$10", -16, ""},
                            {"0xfg", 15, "g"},
-                           {"0X1F", 31, ""},
+                           {"0X1F", 0, "X1F"},
                            {"%101", 5, ""},
                            {"%102", 2, "2"},
                            {"50%", 50, "%"},
                            {"-3.99x", -3, "x"},
                            {".5", 0, ""},
-                           {"1e3", 1, "e3"},
+                           {"1e3", 1000, ""},
                            {"$FFFFFFFF", -1, ""},
                            {"$80000000", INT32_MIN, ""},
                            {"4294967296", INT32_MAX, ""},

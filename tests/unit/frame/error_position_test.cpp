@@ -53,14 +53,6 @@ TEST_F(ErrorPosition, IsUnknownOutsideOfAllRanges) {
   EXPECT_EQ(DebugLine(), "---:-1: text\n");
 }
 
-TEST_F(ErrorPosition, TakesLineTablesOfOldAppletsForTheMainChunk) {
-  files->applet.includeRanges = {{1, 10, 0, "main.qms", "/dir/a.qma"}};
-  FailAt(3);
-  EXPECT_EQ(DebugLine(), "main.qms:3: text\n");
-  FailAt(3, "chunk");
-  EXPECT_EQ(DebugLine(), "---:-1: text\n");
-}
-
 TEST_F(ErrorPosition, IsLeftOutWhileSwitchedOff) {
   host.flags.scriptPosition = false;
   FailAt(3);
