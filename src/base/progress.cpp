@@ -8,12 +8,15 @@
 namespace quillmere {
 namespace {
 
+void Print(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
+}
+
 void PrintWord(Host& host, MessageId message) {
   if (host.flags.quiet) return;
   host.flags.progressIsOpen = false;
-  const std::string line = " " + host.messages.Get(message) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fflush(stdout);
+  Print(" " + host.messages.Get(message) + "\n");
 }
 
 }  // namespace
@@ -23,8 +26,11 @@ void PrintProgress(Host& host, MessageId message, std::string_view fileName, boo
   std::string line = FormatMessage(host.messages.Get(message), {ShownFileName(fileName)});
   if (withDots) line += "...";
   host.flags.progressIsOpen = true;
-  std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fflush(stdout);
+  Print(line);
+}
+
+void PrintLine(Host& host, MessageId message) {
+  if (!host.flags.quiet) Print(host.messages.Get(message) + "\n");
 }
 
 void PrintDone(Host& host) {

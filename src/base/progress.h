@@ -12,6 +12,9 @@ namespace quillmere {
 /// stays open for `PrintDone`, `PrintFailed` or `PrintSkipped`.
 void PrintProgress(Host& host, MessageId message, std::string_view fileName, bool withDots);
 
+/// Prints a message on a line of its own, unless the program is quiet.
+void PrintLine(Host& host, MessageId message);
+
 /// Close the line with the texts "done", "failed" and "skipped", unless the program is quiet.
 void PrintDone(Host& host);
 void PrintFailed(Host& host);

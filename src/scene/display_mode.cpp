@@ -1,5 +1,4 @@
 // The start of the displays, and the switch between windows and a full screen.
-#include <iostream>
 
 #include "base/progress.h"
 #include "scene/display_internal.h"
@@ -84,11 +83,6 @@ Status OpenVisibleDisplays(SceneState& scene) {
     TRY(OpenDisplayWindow(scene, display, display.Has(displayActive)));
   }
   return {};
-}
-
-void PrintLine(Host& host, MessageId message) {
-  PrintProgress(host, message, {}, false);
-  if (!host.flags.quiet) std::cout << '\n' << std::flush;
 }
 
 void CloseForSwitch(SceneState& scene) {

@@ -57,6 +57,12 @@ class PlayerTest(unittest.TestCase):
         self.assertEqual(out, "Opening script notes.txt... failed\n")
         self.assertIn("notes.txt is no Quillmere applet!", err)
 
+    def test_a_failing_display_leaves_the_line_above_it_alone(self):
+        applet = self.compile('DebugPrint("ran")')
+        out, err = self.play(applet, "-SCRWIDTH", "99999", "-FULLSCREEN")
+        self.assertEqual(out.splitlines()[2:], ["Loading applet a.out done", "Preparing display"])
+        self.assertIn("Screen size 99999x1080x32 not supported", err)
+
     def test_a_wrong_platform_ends_with_2(self):
         result = self.run_program(PLAYER, QUILLMERE_PLATFORM="paper")
         self.assertEqual(result.returncode, 2)
