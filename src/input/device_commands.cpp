@@ -22,9 +22,21 @@ int PushFlag(VmState& state, bool flag) {
   return 1;
 }
 
+/// Called by the commands that look at the input as it is. A script that asks is likely to ask
+/// again: what comes meanwhile shall be known by then, and the clock has to go on for it to come.
+void NotePoll(VmState& state) {
+  (void)vmRoom<InputState>(state).platform().time().GetSysTime();
+  vmRequestLineHook(state);
+}
+
+int PushPolled(VmState& state, bool flag) {
+  NotePoll(state);
+  return PushFlag(state, flag);
+}
+
 CommandResult IsButtonDown(VmState& state, ButtonFlag button) {
   vmCheckArgs(state, 0, 0);
-  return PushFlag(state, CurrentInput(state).*button);
+  return PushPolled(state, CurrentInput(state).*button);
 }
 
 /// Gathers events while a condition holds. False when the program is to quit.
@@ -37,14 +49,14 @@ bool WaitWhile(VmState& state, const std::function<bool()>& condition) {
 }
 
 /// Waits for a press and its release; what the queue holds by then is dropped, so that the click
-/// does not reach the handlers.
+/// does not reach the handlers. A window that closes meanwhile ends the wait.
 CommandResult WaitForPress(VmState& state, const std::function<bool()>& isDown) {
-  if (vmRoom<SceneState>(state).currentDisplay->state == DisplayState::Closed) {
-    return Error::DisplayIsClosed;
-  }
-  if (WaitWhile(state, [&] { return !isDown(); })) WaitWhile(state, isDown);
-  vmRoom<InputState>(state).queue.Clear();
-  return 0;
+  InputState& input = vmRoom<InputState>(state);
+  TRY(RequireWindow(input));
+  const auto isUp = [&] { return !isDown() && RequireWindow(input).has_value(); };
+  if (WaitWhile(state, isUp)) WaitWhile(state, isDown);
+  input.queue.Clear();
+  return RequireWindow(input);
 }
 
 CommandResult WaitForButton(VmState& state, ButtonFlag button) {
@@ -81,6 +93,7 @@ bool IsHeld(VmState& state, std::uint32_t key) {
 CommandResult MouseCoordinate(VmState& state, std::int32_t ScriptPoint::*coordinate) {
   vmCheckArgs(state, 0, 0);
   const ScriptPoint point = PointerInDisplay(*vmRoom<SceneState>(state).currentDisplay);
+  NotePoll(state);
   vmPushNumber(state, point.*coordinate);
   return 1;
 }
@@ -89,6 +102,7 @@ Result<JoystickState> ReadPort(VmState& state) {
   constexpr std::int32_t highestPort = 32;
   const std::int32_t port = vmArgInt(state, 1);
   if (port < 0 || port > highestPort) return Fail(Error::WrongUsage);
+  NotePoll(state);
   return vmRoom<InputState>(state).platform().input().ReadJoystick(port);
 }
 
@@ -137,7 +151,7 @@ CommandResult IsKeyDownCommand(VmState& state) {
   vmCheckArgs(state, 1, 1);
   const auto key = KeyOfText(state, vmArgString(state, 1));
   if (!key) return Error::WrongUsage;
-  return PushFlag(state, IsHeld(state, *key));
+  return PushPolled(state, IsHeld(state, *key));
 }
 
 CommandResult ResetKeyStatesCommand(VmState& state) {

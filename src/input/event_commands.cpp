@@ -1,5 +1,6 @@
 #include "input/event_commands.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -42,20 +43,15 @@ int FinishMessage(VmState& state, int tableIndex) {
   return 1;
 }
 
-CommandResult RunEvents(VmState& state, bool wait) {
-  vmCheckArgs(state, 0, 0);
-  if (vmHost(state).flags.callbackDepth > 0) return Error::WrongUsage;
-  const SceneState& scene = vmRoom<SceneState>(state);
-  if (wait && scene.currentDisplay->state == DisplayState::Closed) return Error::DisplayIsClosed;
+/// Refuses to begin inside a handler.
+Status RequireNoCallback(VmState& state) {
+  if (vmHost(state).flags.callbackDepth > 0) return Fail(Error::WrongUsage);
+  return {};
+}
 
+/// What both commands give: a label to jump to, or the one result on the stack.
+CommandResult FinishEvent(VmState& state, const Dispatched& done) {
   constexpr int jumpToLabel = -1;
-  Dispatched done = TRY(Dispatch(state));
-  while (wait && !done.ranHandler && !done.jumps) {
-    WaitForSignals(state);
-    if (PumpPlatformEvents(state)) return 0;
-    if (scene.currentDisplay->state == DisplayState::Closed) return Error::DisplayIsClosed;
-    done = TRY(Dispatch(state));
-  }
   if (done.jumps) return jumpToLabel;
   if (done.ranHandler) return FinishMessage(state, done.tableIndex);
   vmNewTable(state);
@@ -91,14 +87,19 @@ bool ReadHandler(VmState& state, const char* key, int userdataIndex, EventHandle
   return true;
 }
 
-Status WatchClipboard(VmState& state, qmDisplay& display) {
-  InputState& input = vmRoom<InputState>(state);
+bool WatchesClipboard(qmDisplay& display) {
+  return HandlerOf(display, HandlerSlot::ClipboardChange).func != vmNoRef;
+}
+
+/// Watches the clipboard as long as any display has a handler for its changes.
+Status WatchClipboard(InputState& input) {
   PlatformClipboard& clipboard = input.platform().clipboard();
-  if (HandlerOf(display, HandlerSlot::ClipboardChange).func == vmNoRef) return clipboard.Watch({});
-  return clipboard.Watch([&input] {
-    for (qmDisplay& watcher : input.scene().displays.All()) {
-      if (HandlerOf(watcher, HandlerSlot::ClipboardChange).func != vmNoRef) {
-        PostRawEvent(input, watcher, RawEventKind::ClipboardChanged);
+  const auto displays = [&input] { return input.scene().displays.All(); };
+  if (std::ranges::none_of(displays(), WatchesClipboard)) return clipboard.Watch({});
+  return clipboard.Watch([&input, displays] {
+    for (qmDisplay& display : displays()) {
+      if (WatchesClipboard(display)) {
+        PostRawEvent(input, display, RawEventKind::ClipboardChanged);
       }
     }
   });
@@ -120,11 +121,28 @@ CommandResult SetSwitch(VmState& state, bool InputState::*field) {
 }  // namespace
 
 CommandResult WaitEventCommand(VmState& state) {
-  return RunEvents(state, true);
+  vmCheckArgs(state, 0, 0);
+  TRY(RequireNoCallback(state));
+  InputState& input = vmRoom<InputState>(state);
+  TRY(RequireWindow(input));
+  // What is left of a sweep does not see all that has come meanwhile, and what has come may not
+  // signal again: only a whole sweep may be followed by sleep.
+  bool sawAll = input.sweep.stage == SweepStage::Start;
+  for (;;) {
+    const Dispatched done = TRY(Dispatch(state));
+    if (done.ranHandler || done.jumps) return FinishEvent(state, done);
+    if (!std::exchange(sawAll, true)) continue;
+    WaitForSignals(state);
+    if (PumpPlatformEvents(state)) return 0;
+    TRY(RequireWindow(input));
+  }
 }
 
 CommandResult CheckEventCommand(VmState& state) {
-  return RunEvents(state, false);
+  vmCheckArgs(state, 0, 0);
+  TRY(RequireNoCallback(state));
+  vmRequestLineHook(state);
+  return FinishEvent(state, TRY(Dispatch(state)));
 }
 
 CommandResult InstallEventHandlerCommand(VmState& state) {
@@ -143,12 +161,8 @@ CommandResult InstallEventHandlerCommand(VmState& state) {
   }
 
   display.input.closeHandled = HandlerOf(display, HandlerSlot::CloseWindow).func != vmNoRef;
-  if (changed[static_cast<std::size_t>(HandlerSlot::DropFile)] && display.window != nullptr) {
-    display.window->SetDropZone(HandlerOf(display, HandlerSlot::DropFile).func != vmNoRef);
-  }
-  if (changed[static_cast<std::size_t>(HandlerSlot::ClipboardChange)]) {
-    TRY(WatchClipboard(state, display));
-  }
+  if (changed[static_cast<std::size_t>(HandlerSlot::DropFile)]) SetDropZone(display);
+  if (changed[static_cast<std::size_t>(HandlerSlot::ClipboardChange)]) TRY(WatchClipboard(input));
   TellSoundHandlers(input);
   return 0;
 }

@@ -10,6 +10,10 @@ InputState::InputState(Host& programHost)
       intervals(programHost, Error::IntervalNotFound),
       timeouts(programHost, Error::TimeoutNotFound) {
   SceneHooks& hooks = scene().hooks;
+  hooks.displayOpened.Join([](qmDisplay& display) { SetDropZone(display); });
+  hooks.windowPainted.Join([this] {
+    if (machine != nullptr) vmRequestLineHook(*machine);
+  });
   hooks.displayClosed.Join([this](qmDisplay& display) { ForgetDisplayEvents(*this, display); });
   hooks.displayFreed.Join([this](qmDisplay& display) {
     ForgetDisplayEvents(*this, display);
@@ -34,6 +38,16 @@ void PostRawEvent(InputState& input, qmDisplay& display, RawEventKind kind, std:
                     .stamp = input.platform().time().GetSysTime(),
                     .display = &display,
                     .attachment = std::move(attachment)});
+}
+
+Status RequireWindow(const InputState& input) {
+  if (input.scene().currentDisplay->state != DisplayState::Closed) return {};
+  return Fail(Error::DisplayIsClosed);
+}
+
+void SetDropZone(qmDisplay& display) {
+  if (display.window == nullptr) return;
+  display.window->SetDropZone(HandlerOf(display, HandlerSlot::DropFile).func != vmNoRef);
 }
 
 ScriptPoint PointerInDisplay(const qmDisplay& display) {

@@ -124,6 +124,12 @@ void ReleaseHandler(VmState& state, EventHandler& handler);
 void PostRawEvent(InputState& input, qmDisplay& display, RawEventKind kind, std::int32_t a = 0,
                   std::int32_t b = 0, std::int32_t c = 0, std::vector<std::string> attachment = {});
 
+/// The refusal of waiting commands while the current display is closed: `DisplayIsClosed`.
+[[nodiscard]] Status RequireWindow(const InputState& input);
+
+/// Lets files be dropped on the window of a display that has a handler for them.
+void SetDropZone(qmDisplay& display);
+
 /// The pointer in the coordinates of the script; 0, 0 when the window is not open.
 [[nodiscard]] ScriptPoint PointerInDisplay(const qmDisplay& display);
 

@@ -180,7 +180,8 @@ void Pump::HandleKey(qmDisplay& display, const WindowMessage& message) {
   }
   if (message.key < 0 || message.key >= keyStateCount) return;
   display.input.keyState[static_cast<std::size_t>(message.key)] = message.pressed;
-  display.input.lastKey = message.key;
+  // Other keys that have come with it do not hide Escape.
+  if (display.input.lastKey != static_cast<int>(Key::Esc)) display.input.lastKey = message.key;
   PostRawEvent(input_, display, RawEventKind::Key, message.pressed ? 1 : 0,
                static_cast<std::int32_t>(message.qualifiers), message.key);
 }
@@ -227,11 +228,7 @@ void Pump::ApplyVisibility(qmDisplay& display) {
 }
 
 void Pump::ApplyModeSwitch(qmDisplay& display) {
-  const DesktopInfo desktop = input_.platform().windows().GetDesktopInfo();
-  const std::int32_t mode =
-      display.input.pendingModeSwitch == 1 ? DISPMODE_FULLSCREEN : DISPMODE_WINDOWED;
-  const Status switched = SwitchDisplayMode(state_, mode, desktop.width, desktop.height);
-  if (switched) PostRawEvent(input_, display, RawEventKind::ModeSwitched);
+  if (ToggleDisplayMode(state_)) PostRawEvent(input_, display, RawEventKind::ModeSwitched);
 }
 
 bool Pump::WantsQuit(const qmDisplay& display) const {

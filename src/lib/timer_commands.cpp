@@ -27,6 +27,12 @@ SysTime Elapsed(VmState& state, const qmTimer& timer) {
   return timer.paused ? timer.elapsed : timer.elapsed + (Now(state) - timer.startTime);
 }
 
+/// Sleeps while events are gathered; there is nothing to do for a time that has passed.
+void Sleep(VmState& state, std::int64_t milliseconds) {
+  SleepPumping(state,
+               static_cast<std::int32_t>(std::clamp<std::int64_t>(milliseconds, 0, INT32_MAX)));
+}
+
 }  // namespace
 
 CommandResult StartTimer(VmState& state) {
@@ -91,7 +97,7 @@ CommandResult Wait(VmState& state) {
   const std::int32_t unit = vmArgOptInt(state, 2, ticks);
   if (unit == ticks) duration *= millisecondsPerTick;
   if (unit == seconds) duration *= 1000;
-  SleepPumping(state, static_cast<std::int32_t>(std::clamp<std::int64_t>(duration, 0, INT32_MAX)));
+  Sleep(state, duration);
   return 0;
 }
 
@@ -102,8 +108,7 @@ CommandResult WaitTimer(VmState& state) {
   const bool resets = vmArgOptInt(state, 3, 1) != 0;
   if (timer->paused) return Error::WrongUsage;
   const auto missing = ceil<std::chrono::milliseconds>(target - Elapsed(state, *timer));
-  SleepPumping(state,
-               static_cast<std::int32_t>(std::min<std::int64_t>(missing.count(), INT32_MAX)));
+  Sleep(state, missing.count());
   if (resets) Restart(state, *timer, SysTime(0));
   return 0;
 }

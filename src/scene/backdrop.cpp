@@ -34,11 +34,17 @@ class BackdropBuilder {
   BackdropBuilder(VmState& state, SceneState& scene, const Rectangle& area)
       : state_(state), scene_(scene), settings_(scene.settings), area_(area) {}
 
+  ~BackdropBuilder() {
+    if (brush_) (void)scene_.brushes.FreeObject(*brush_, false);
+  }
+  BackdropBuilder(const BackdropBuilder&) = delete;
+  BackdropBuilder& operator=(const BackdropBuilder&) = delete;
+
   Status Build() {
     const ObjectId picture = TRY(MakePicture());
-    if (brush_) (void)scene_.brushes.FreeObject(*brush_, false);
-    TRY(MakeWindow(picture));
-    return {};
+    const Status made = MakeWindow(picture);
+    if (!made) (void)FreeBGPicObject(scene_, picture, false);
+    return made;
   }
 
  private:

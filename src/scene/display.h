@@ -248,6 +248,10 @@ Status SetDisplayAttributes(VmState& state, int tableIndex, bool keepWindow);
 Status SwitchDisplayMode(VmState& state, std::int32_t mode, std::int32_t width,
                          std::int32_t height);
 
+/// Switches from windows to a full screen of the size that the start-up settings ask for, or else
+/// of the desktop's, and from a full screen to windows.
+Status ToggleDisplayMode(VmState& state);
+
 // ---- Start
 
 /// Opens the screen, the backdrop and every display that is not hidden, and makes the first active

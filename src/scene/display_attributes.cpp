@@ -78,16 +78,19 @@ class AttributeChange {
     display_.Set(displayLayerScale, false);
     display_.scaleWidth = display_.scaleHeight = 0;
     display_.marginLeft = display_.marginTop = display_.marginRight = display_.marginBottom = 0;
-    if (wasLayerScaled) {
-      ReleaseBGPic(scene_, display_, bgpic);
-      TRY(MakeBuffers(display_));
-    }
+    if (wasLayerScaled) TRY(LeaveLayerScaling());
     TRY(ApplyScaling(scene_, display_, false));
     return ResizeDisplay(scene_, display_,
                          {.width = bgpic.logicalWidth,
                           .height = bgpic.logicalHeight,
                           .origin = ResizeOrigin::Window,
                           .keepClosed = false});
+  }
+
+  /// The picture goes back to the size that the script sees.
+  Status LeaveLayerScaling() {
+    ReleaseBGPic(scene_, display_, *display_.bgpic);
+    return MakeBuffers(display_);
   }
 
   /// Layer scaling needs layers: they must be switchable on.
@@ -182,6 +185,7 @@ class AttributeChange {
 
   Status Resize(const Rectangle& target) {
     TRY(RebuildFill());
+    if (before_.layerScale && !display_.layerScale) TRY(LeaveLayerScaling());
     if (fitChanges_ || (display_.HasEngine() && display_.Has(displayFitScale))) {
       FitTo(target, options_.settings);
       TRY(ApplyScaling(scene_, display_, display_.smoothScale));

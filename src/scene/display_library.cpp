@@ -111,7 +111,7 @@ CommandResult MoveDisplay(VmState& state) {
   const Rectangle place = ResolveWindowPosition(scene, display, display.x, display.y);
   display.windowX = place.x;
   display.windowY = place.y;
-  if (display.state == DisplayState::Open) {
+  if (display.window) {
     display.window->MoveSize(place.x, place.y, display.width, display.height);
   }
   return 0;

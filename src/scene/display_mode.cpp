@@ -67,12 +67,14 @@ Status OpenStartScreen(SceneState& scene) {
   return {};
 }
 
-/// The display to begin with: the first that is active and not hidden, else display 1.
+bool StartsActive(const qmDisplay& display) {
+  return display.private1 == 0 && display.Has(displayActive) && !display.Has(displayHidden);
+}
+
+/// The display to begin with: the first that starts active, else display 1.
 Result<qmDisplay*> FirstDisplay(SceneState& scene) {
   for (qmDisplay& display : scene.displays.All()) {
-    if (display.private1 == 0 && display.Has(displayActive) && !display.Has(displayHidden)) {
-      return &display;
-    }
+    if (StartsActive(display)) return &display;
   }
   return FindDisplay(scene, ObjectId{.number = 1, .handle = 0});
 }
@@ -90,7 +92,7 @@ void CloseForSwitch(SceneState& scene) {
     display.reopenAfterModeSwitch.reset();
     if (display.state == DisplayState::Closed) return;
     display.reopenAfterModeSwitch = display.state;
-    const bool active = display.activeWhenOpened;
+    const bool active = display.input.windowActive;
     CloseDisplayWindow(scene, display);
     display.activeWhenOpened = active;
   });
@@ -108,7 +110,6 @@ Status ReopenAfterSwitch(SceneState& scene) {
       return;
     }
     if (state == DisplayState::Minimized) HideDisplayWindow(scene, display);
-    scene.hooks.modeSwitched.Call(display);
   });
   return result;
 }
@@ -182,7 +183,7 @@ Status OpenDisplays(VmState& state, const ScreenSettings& settings, std::string_
   TRY(OpenStartScreen(scene));
   TRY(BuildBackdrop(state));
   TRY(OpenVisibleDisplays(scene));
-  if (first->state == DisplayState::Open) first->window->Activate();
+  if (StartsActive(*first)) first->window->Activate();
   PrintLine(scene.host, MessageId::AndAction);
   return {};
 }
@@ -205,6 +206,13 @@ Status SwitchDisplayMode(VmState& state, std::int32_t mode, std::int32_t width,
   const Status reopened = ReopenAfterSwitch(scene);
   if (!result) return result;
   return !backdrop ? backdrop : reopened;
+}
+
+Status ToggleDisplayMode(VmState& state) {
+  SceneState& scene = vmRoom<SceneState>(state);
+  const ScreenMode screen = StartMode(scene);
+  const std::int32_t mode = scene.fullScreen ? DISPMODE_WINDOWED : DISPMODE_FULLSCREEN;
+  return SwitchDisplayMode(state, mode, screen.width, screen.height);
 }
 
 }  // namespace quillmere

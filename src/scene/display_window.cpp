@@ -55,9 +55,9 @@ bool IsFullScreenLike(const SceneState& scene) {
 
 void SetUpPointer(const SceneState& scene, qmDisplay& display) {
   PlatformWindow& window = *display.window;
-  if (display.Has(displayHidePointer) && IsFullScreenLike(scene)) display.pointerHidden = true;
+  const bool hides = display.Has(displayHidePointer) && IsFullScreenLike(scene);
   window.SetPointer(display.pointer);
-  window.ShowPointer(!display.pointerHidden);
+  window.ShowPointer(!hides && !display.pointerHidden);
 }
 
 bool AnyPublicOpen(const SceneState& scene) {
@@ -135,6 +135,7 @@ Status OpenDisplayWindow(SceneState& scene, qmDisplay& display, bool active) {
   display.input.windowActive = active;
   UpdateRegions(display);
   SetUpPointer(scene, display);
+  scene.hooks.displayOpened.Call(display);
   RefreshDisplay(scene, display, blitMayScale | blitWhole);
   return {};
 }
@@ -149,8 +150,8 @@ void CloseDisplayWindow(SceneState& scene, qmDisplay& display) {
 }
 
 Status ReopenDisplayWindow(SceneState& scene, qmDisplay& display) {
-  const bool active = display.activeWhenOpened;
   const bool isMinimized = display.state == DisplayState::Minimized;
+  const bool active = display.input.windowActive && !isMinimized;
   CloseDisplayWindow(scene, display);
   TRY(OpenDisplayWindow(scene, display, active));
   if (isMinimized) HideDisplayWindow(scene, display);
@@ -164,7 +165,6 @@ void HideDisplayWindow(SceneState& scene, qmDisplay& display) {
   if (!AnyPublicOpen(scene)) {
     SetPrivateState(scene, DisplayState::Open, DisplayState::Minimized);
   }
-  scene.hooks.visibilityChanged.Call(display);
 }
 
 void ShowDisplayWindow(SceneState& scene, qmDisplay& display) {
@@ -174,7 +174,6 @@ void ShowDisplayWindow(SceneState& scene, qmDisplay& display) {
   display.window->Restore();
   display.window->Activate();
   RefreshDisplay(scene, display);
-  scene.hooks.visibilityChanged.Call(display);
 }
 
 }  // namespace quillmere

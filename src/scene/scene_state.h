@@ -44,6 +44,8 @@ class HookList {
 
 /// What other rooms want to hear of.
 struct SceneHooks {
+  /// A window has been opened.
+  HookList<qmDisplay&> displayOpened;
   /// A window has been closed, by the script or because its display goes away.
   HookList<qmDisplay&> displayClosed;
   /// A display is about to be freed: whatever belongs to it must go.
@@ -54,12 +56,10 @@ struct SceneHooks {
   HookList<qmBGPic&, qmLayer&> layerGone;
   /// A layer takes the place of another (old, new): its button passes over.
   HookList<qmBGPic&, qmLayer&, qmLayer&> layerReplaced;
-  /// The mode has been switched while this display was open.
-  HookList<qmDisplay&> modeSwitched;
-  /// A display was hidden or shown by a command.
-  HookList<qmDisplay&> visibilityChanged;
   /// The current output or its clip region has changed.
   HookList<> outputChanged;
+  /// A window has got another picture, which the user is to see soon.
+  HookList<> windowPainted;
 };
 
 /// The layer stack, as the rest of the scene needs it. Its owner fills the functions in; while they

@@ -51,10 +51,11 @@ void WindowBlit(SceneState& scene, const qmBitmap& source, std::int32_t sourceX,
   if (display.state != DisplayState::Open || !display.window) return;
   if (isScaled) {
     ScaledUpdate(scene, source, display);
-    return;
+  } else {
+    display.window->Update(ViewOf(source), sourceX, sourceY, x + display.marginLeft,
+                           y + display.marginTop, width, height);
   }
-  display.window->Update(ViewOf(source), sourceX, sourceY, x + display.marginLeft,
-                         y + display.marginTop, width, height);
+  scene.hooks.windowPainted.Call();
 }
 
 }  // namespace quillmere
