@@ -21,6 +21,7 @@ bench: deps
 	@cmake --build --preset bench -j$(JOBS)
 	@for program in build/bench/bench_*; do echo "== $${program##*/bench_}"; $$program; done
 	@echo "== startup"; bench/startup/run.py --player build/bench/quillmere --qmc build/bench/qmc
+	@echo "== input"; bench/input/run.py --player build/bench/quillmere --qmc build/bench/qmc
 	@echo "== vm"; bench/vm/run.py --player build/bench/quillmere --qmc build/bench/qmc
 
 asan: deps

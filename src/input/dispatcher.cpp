@@ -96,8 +96,10 @@ Result<Dispatched> Dispatcher::Run() {
 }
 
 Result<Dispatched> Dispatcher::Timers() {
+  if (input_.timers.SweepEnded()) return nothing;
+  const SysTime now = input_.platform().time().GetSysTime();
   while (!input_.timers.SweepEnded()) {
-    const auto fired = input_.timers.NextFired(input_.platform().time().GetSysTime());
+    const auto fired = input_.timers.NextFired(now);
     if (!fired) continue;
     const Dispatched done = TRY(CallTimer(*fired));
     if (done.ranHandler) return done;

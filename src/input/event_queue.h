@@ -48,7 +48,7 @@ struct qmRawEvent {
   /// Null for an event whose display has gone: it is passed over.
   qmDisplay* display = nullptr;
   /// Paths of dropped files.
-  std::vector<std::string> attachment;
+  std::vector<std::string> attachment{};
 };
 
 class RawEventQueue {

@@ -48,8 +48,8 @@ struct UserAction {
   /// A Latin-1 character, a code of `Key`, or a qualifier.
   std::uint32_t key = 0;
   MouseButton button = MouseButton::Left;
-  JoystickState joystick;
-  std::vector<std::string> texts;
+  JoystickState joystick{};
+  std::vector<std::string> texts{};
 };
 
 struct InputScript {

@@ -50,6 +50,7 @@ Stage::Stage(const StageOptions& options) {
   HeadlessSettings headless;
   headless.screenWidth = options.screenWidth;
   headless.screenHeight = options.screenHeight;
+  headless.input = options.input;
   headless.report = [this](std::string_view text) { reports += text; };
   platform = std::move(*OpenHeadlessPlatform(host, std::move(headless)));
   files = std::make_unique<FilesState>(host);

@@ -54,6 +54,8 @@ struct StageOptions {
   /// Make display 1 (320 by 200) and open it.
   bool withDisplay = true;
   ScreenSettings settings;
+  /// What the user does.
+  InputScript input;
 };
 
 class Stage {
