@@ -169,6 +169,12 @@ void DrawCoverageRow(const CoverageBlit& blit, const CoverageTarget& row,
   }
 }
 
+/// Cuts a rectangle to a target alpha map that is read `shift` columns further on.
+BlitArea CutToAlpha(const BlitArea& area, const qmAlphaMap& alpha, std::int64_t shift) {
+  if (std::abs(shift) > maxPlaneSize) return {};
+  return ClipTarget(area, {-static_cast<int>(shift), 0, alpha.width, alpha.height});
+}
+
 }  // namespace
 
 void BLTALPHACHANNEL(DebugOutput& debug, qmBitmap* target, const CoverageBlit& blit) {
@@ -178,11 +184,12 @@ void BLTALPHACHANNEL(DebugOutput& debug, qmBitmap* target, const CoverageBlit& b
   const qmBitmap* source = blit.mode == CoverageMode::BlendAlpha16 ? nullptr : blit.sourceBitmap;
   qmAlphaMap* alpha = gathers ? blit.targetAlpha : nullptr;
 
+  if (blit.area.sx < 0 || blit.area.sy < 0) return;
   BlitArea cut = ClipSource(blit.area, {0, 0, blit.coverageWidth, blit.coverageHeight});
   if (source != nullptr) cut = ClipSource(cut, {0, 0, source->width, source->height});
   cut = ClipTarget(cut, {0, 0, target->width, target->height});
-  const int alphaShift = blit.targetAlphaX - blit.area.tx;
-  if (alpha != nullptr) cut = ClipTarget(cut, {-alphaShift, 0, alpha->width, alpha->height});
+  const std::int64_t alphaShift = static_cast<std::int64_t>(blit.targetAlphaX) - blit.area.tx;
+  if (alpha != nullptr) cut = CutToAlpha(cut, *alpha, alphaShift);
 
   for (int row = 0; row < cut.height; ++row) {
     const int y = cut.ty + row;
@@ -208,22 +215,12 @@ void BlendRowThroughMask(std::uint32_t* target, const std::uint32_t* source, Bit
   }
 }
 
-void BlendRowScaled(std::uint32_t* target, const std::uint32_t* source, const std::uint8_t* alpha,
-                    int level, int count) {
-  std::array<std::uint8_t, pieceLength> scaled;
-  for (int i = 0; i < count; i += pieceLength) {
-    const int n = std::min(pieceLength, count - i);
-    Kernels().scaleAlpha(scaled.data(), alpha + i, level, n);
-    Kernels().blend(target + i, source + i, scaled.data(), n);
-  }
-}
-
 void BlendScaledAlpha(qmBitmap& target, const qmBitmap& source, const qmAlphaMap& alpha,
                       const BlitArea& area, int level) {
   const BlitArea cut = Cut(area, source, alpha, target);
   for (int row = 0; row < cut.height; ++row) {
-    BlendRowScaled(target.Row(cut.ty + row) + cut.tx, source.Row(cut.sy + row) + cut.sx,
-                   alpha.Row(cut.sy + row) + cut.sx, level, cut.width);
+    Kernels().blendScaled(target.Row(cut.ty + row) + cut.tx, source.Row(cut.sy + row) + cut.sx,
+                          alpha.Row(cut.sy + row) + cut.sx, level, cut.width);
   }
 }
 

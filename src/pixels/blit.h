@@ -67,8 +67,9 @@ struct CoverageBlit {
   const qmBitmap* sourceBitmap = nullptr;
 };
 
-/// Cuts the rectangle to coverage, source, target and target alpha, and draws. A mode that gathers
-/// coverage without a `targetAlpha` draws as `Blend`.
+/// Cuts the rectangle to coverage, source, target and target alpha, and draws; a rectangle that
+/// begins outside of the coverage on the left or top draws nothing. A mode that gathers coverage
+/// without a `targetAlpha` draws as `Blend`.
 void BLTALPHACHANNEL(DebugOutput& debug, qmBitmap* target, const CoverageBlit& blit);
 
 /// Mixes a picture into the target as a whole: `level` 255 is opaque. Where there is a mask only

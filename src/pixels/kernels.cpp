@@ -90,8 +90,12 @@ void BlendColor(std::uint32_t* target, std::uint32_t color, const std::uint8_t* 
   }
 }
 
-void ScaleAlpha(std::uint8_t* target, const std::uint8_t* alpha, int level, int count) {
-  for (int i = 0; i < count; ++i) target[i] = static_cast<std::uint8_t>(alpha[i] * level / 255);
+void BlendScaled(std::uint32_t* target, const std::uint32_t* source, const std::uint8_t* alpha,
+                 int level, int count) {
+  for (int i = 0; i < count; ++i) {
+    const auto scaled = static_cast<std::uint8_t>(alpha[i] * level / 255);
+    if (scaled != 0) target[i] = Mix256(target[i], source[i], WeightOf(scaled));
+  }
 }
 
 void Mix(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,
@@ -176,7 +180,7 @@ constexpr RowKernels plainKernels{.fill = Fill,
                                   .fillMasked = FillMasked,
                                   .blend = Blend,
                                   .blendColor = BlendColor,
-                                  .scaleAlpha = ScaleAlpha,
+                                  .blendScaled = BlendScaled,
                                   .mix = Mix,
                                   .mixColor = MixColor,
                                   .pickColumns = PickColumns,

@@ -58,8 +58,9 @@ struct RowKernels {
   /// The same for one source colour.
   void (*blendColor)(std::uint32_t* target, std::uint32_t color, const std::uint8_t* alpha,
                      int count);
-  /// target = alpha * level / 255, level 0 to 255.
-  void (*scaleAlpha)(std::uint8_t* target, const std::uint8_t* alpha, int level, int count);
+  /// Blends by alpha * level / 255, level 0 to 255, with exact ends.
+  void (*blendScaled)(std::uint32_t* target, const std::uint32_t* source, const std::uint8_t* alpha,
+                      int level, int count);
   /// target = from + ((to - from) * weight >> 8) in each byte; `target` may be one of the others.
   /// Weights are 0 to 256.
   void (*mix)(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,

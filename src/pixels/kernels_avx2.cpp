@@ -99,17 +99,21 @@ AVX2 inline __m256i MixPixels(__m256i from, __m256i to, const Weights& weights) 
   return _mm256_packus_epi16(low, high);
 }
 
-/// The weights of eight alpha bytes: 255 counts as 256.
-AVX2 inline Weights WeightsOf(std::uint64_t alpha) {
-  __m128i words = _mm_cvtepu8_epi16(_mm_cvtsi64_si128(static_cast<long long>(alpha)));
-  words = _mm_sub_epi16(words, _mm_cmpeq_epi16(words, _mm_set1_epi16(255)));
-  const __m256i both = _mm256_broadcastsi128_si256(words);
+/// Weights of eight pixels, one for each pixel in both 128-bit parts, for all of their bytes.
+AVX2 inline Weights SpreadWeights(__m256i both) {
   const __m256i lowOrder = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3, 8, 9, 8,
                                             9, 8, 9, 8, 9, 10, 11, 10, 11, 10, 11, 10, 11);
   const __m256i highOrder =
       _mm256_setr_epi8(4, 5, 4, 5, 4, 5, 4, 5, 6, 7, 6, 7, 6, 7, 6, 7, 12, 13, 12, 13, 12, 13, 12,
                        13, 14, 15, 14, 15, 14, 15, 14, 15);
   return {_mm256_shuffle_epi8(both, lowOrder), _mm256_shuffle_epi8(both, highOrder)};
+}
+
+/// The weights of eight alpha bytes: 255 counts as 256.
+AVX2 inline Weights WeightsOf(std::uint64_t alpha) {
+  __m128i words = _mm_cvtepu8_epi16(_mm_cvtsi64_si128(static_cast<long long>(alpha)));
+  words = _mm_sub_epi16(words, _mm_cmpeq_epi16(words, _mm_set1_epi16(255)));
+  return SpreadWeights(_mm256_broadcastsi128_si256(words));
 }
 
 AVX2 inline std::uint64_t LoadAlpha(const std::uint8_t* alpha) {
@@ -146,19 +150,44 @@ AVX2 void BlendColor(std::uint32_t* target, std::uint32_t color, const std::uint
   PlainKernels().blendColor(target + i, color, alpha + i, count - i);
 }
 
-/// The quotient by 255 of a number of 16 bits is its product with 0x8081, shifted right by 23.
-AVX2 void ScaleAlpha(std::uint8_t* target, const std::uint8_t* alpha, int level, int count) {
+/// Eight alpha bytes scaled by `level`, each in both words of its pixel and shifted left by 7. The
+/// quotient by 255 of a number of 16 bits is its product with 0x8081, shifted right by 23.
+AVX2 inline __m256i ScaledShares(std::uint64_t alpha, __m256i level) {
+  const __m256i order = _mm256_setr_epi8(0, -1, 0, -1, 1, -1, 1, -1, 2, -1, 2, -1, 3, -1, 3, -1, 4,
+                                         -1, 4, -1, 5, -1, 5, -1, 6, -1, 6, -1, 7, -1, 7, -1);
+  const __m256i eight = _mm256_set1_epi64x(static_cast<long long>(alpha));
+  const __m256i product = _mm256_mullo_epi16(_mm256_shuffle_epi8(eight, order), level);
+  const __m256i quotient =
+      _mm256_mulhi_epu16(product, _mm256_set1_epi16(static_cast<short>(0x8081)));
+  return _mm256_and_si256(quotient, _mm256_set1_epi16(-128));
+}
+
+/// from + ((to - from) * share >> 15) in lanes of 16 bits that hold bytes.
+AVX2 inline __m256i MixShares(__m256i from, __m256i to, __m256i shares) {
+  const __m256i difference = _mm256_sub_epi16(to, from);
+  const __m256i moved = _mm256_mulhi_epi16(_mm256_add_epi16(difference, difference), shares);
+  return _mm256_add_epi16(from, moved);
+}
+
+/// A scaled alpha reaches 255 at level 255 alone; below it, no share has to count as whole.
+AVX2 void BlendScaled(std::uint32_t* target, const std::uint32_t* source, const std::uint8_t* alpha,
+                      int level, int count) {
+  if (level == 255) return Blend(target, source, alpha, count);
   const __m256i wide = _mm256_set1_epi16(static_cast<short>(level));
-  const __m256i reciprocal = _mm256_set1_epi16(static_cast<short>(0x8081));
+  const __m256i evenBytes = _mm256_set1_epi16(255);
   int i = 0;
-  for (; i + 16 <= count; i += 16) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(alpha + i));
-    const __m256i product = _mm256_mullo_epi16(_mm256_cvtepu8_epi16(bytes), wide);
-    const __m256i share = _mm256_srli_epi16(_mm256_mulhi_epu16(product, reciprocal), 7);
-    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(share, share), 0x08);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(target + i), _mm256_castsi256_si128(packed));
+  for (; i + step <= count; i += step) {
+    const std::uint64_t eight = LoadAlpha(alpha + i);
+    if (eight == 0) continue;
+    const __m256i shares = ScaledShares(eight, wide);
+    const __m256i from = Load(target + i);
+    const __m256i to = Load(source + i);
+    const __m256i even =
+        MixShares(_mm256_and_si256(from, evenBytes), _mm256_and_si256(to, evenBytes), shares);
+    const __m256i odd = MixShares(_mm256_srli_epi16(from, 8), _mm256_srli_epi16(to, 8), shares);
+    Store(target + i, _mm256_or_si256(even, _mm256_slli_epi16(odd, 8)));
   }
-  PlainKernels().scaleAlpha(target + i, alpha + i, level, count - i);
+  PlainKernels().blendScaled(target + i, source + i, alpha + i, level, count - i);
 }
 
 AVX2 void Mix(std::uint32_t* target, const std::uint32_t* from, const std::uint32_t* to, int weight,
@@ -536,7 +565,7 @@ constexpr RowKernels avx2Kernels{.fill = Fill,
                                  .fillMasked = FillMasked,
                                  .blend = Blend,
                                  .blendColor = BlendColor,
-                                 .scaleAlpha = ScaleAlpha,
+                                 .blendScaled = BlendScaled,
                                  .mix = Mix,
                                  .mixColor = MixColor,
                                  .pickColumns = PickColumns,

@@ -172,11 +172,23 @@ void CopyAlpha(const qmAlphaMap& source, qmAlphaMap& target, const BlitArea& are
   }
 }
 
+namespace {
+
+/// The part of a copy to 0, 0 of the target that lies in the source and under the shape.
+template <class Plane>
+BlitArea AreaUnderShape(const Plane& source, int sx, int sy, const qmMask& shape, int shapeX,
+                        int shapeY, const Plane& target, int width, int height) {
+  return ClipTarget(CutToPlanes({sx, sy, 0, 0, width, height}, source, target),
+                    {-shapeX, -shapeY, shape.width, shape.height});
+}
+
+}  // namespace
+
 void CopyAlphaThrough(const qmAlphaMap& source, int sx, int sy, const qmMask& shape, int shapeX,
                       int shapeY, qmAlphaMap& target, int width, int height) {
   FillAlpha(target, {0, 0, width, height}, 0);
-  const BlitArea visible = ClipTarget(CutToPlanes({sx, sy, 0, 0, width, height}, source, target),
-                                      {-shapeX, -shapeY, shape.width, shape.height});
+  const BlitArea visible =
+      AreaUnderShape(source, sx, sy, shape, shapeX, shapeY, target, width, height);
   for (int row = 0; row < visible.height; ++row) {
     const std::uint8_t* from = source.Row(visible.sy + row) + visible.sx;
     std::uint8_t* to = target.Row(visible.ty + row) + visible.tx;
@@ -188,8 +200,11 @@ void CopyAlphaThrough(const qmAlphaMap& source, int sx, int sy, const qmMask& sh
 void CopyMaskThrough(const qmMask& source, int sx, int sy, const qmMask& shape, int shapeX,
                      int shapeY, qmMask& target, int width, int height) {
   FillMask(target, {0, 0, width, height}, MASKINVISIBLE);
-  CopyMask(source, target, {sx, sy, 0, 0, width, height}, MASKVANILLACOPY);
-  CopyMask(shape, target, {shapeX, shapeY, 0, 0, width, height}, MASKAND);
+  BlitArea visible = AreaUnderShape(source, sx, sy, shape, shapeX, shapeY, target, width, height);
+  CopyMask(source, target, visible, MASKVANILLACOPY);
+  visible.sx = shapeX + visible.tx;
+  visible.sy = shapeY + visible.ty;
+  CopyMask(shape, target, visible, MASKAND);
 }
 
 namespace {

@@ -111,30 +111,40 @@ class SafeBlitCall {
   /// is no memory for it.
   bool ApplyClipShape() {
     if (blit_.clip == nullptr || blit_.clip->mask == nullptr || Has(SAFEBLT_NOCLIP)) return true;
-    const qmMask& shape = *blit_.clip->mask;
-    const int shapeX = area_.tx - blit_.clip->area.x;
-    const int shapeY = area_.ty - blit_.clip->area.y;
-    if (source_.alpha != nullptr) {
-      if (!Grow(pixels_.clipAlpha, AllocAlphaMap)) return false;
-      CopyAlphaThrough(*source_.alpha, area_.sx, area_.sy, shape, shapeX, shapeY,
-                       *pixels_.clipAlpha, area_.width, area_.height);
-      source_.alpha = pixels_.clipAlpha.get();
-    } else {
-      if (!Grow(pixels_.clipMask, AllocMask)) return false;
-      if (source_.mask != nullptr) {
-        CopyMaskThrough(*source_.mask, area_.sx, area_.sy, shape, shapeX, shapeY, *pixels_.clipMask,
-                        area_.width, area_.height);
-      } else {
-        FillMask(*pixels_.clipMask, {0, 0, area_.width, area_.height}, MASKINVISIBLE);
-        CopyMask(shape, *pixels_.clipMask, {shapeX, shapeY, 0, 0, area_.width, area_.height},
-                 MASKVANILLACOPY);
-      }
-      source_.mask = pixels_.clipMask.get();
-    }
+    const bool cutsAlpha = source_.alpha != nullptr && source_.mask == nullptr;
+    if (!(cutsAlpha ? ShapeAlpha() : ShapeMask())) return false;
     source_.planeX = -area_.sx;
     source_.planeY = -area_.sy;
     return true;
   }
+
+  bool ShapeAlpha() {
+    if (!Grow(pixels_.clipAlpha, AllocAlphaMap)) return false;
+    CopyAlphaThrough(*source_.alpha, area_.sx, area_.sy, *blit_.clip->mask, ShapeX(), ShapeY(),
+                     *pixels_.clipAlpha, area_.width, area_.height);
+    source_.alpha = pixels_.clipAlpha.get();
+    return true;
+  }
+
+  bool ShapeMask() {
+    if (!Grow(pixels_.clipMask, AllocMask)) return false;
+    qmMask& shaped = *pixels_.clipMask;
+    const qmMask& shape = *blit_.clip->mask;
+    if (source_.mask != nullptr) {
+      CopyMaskThrough(*source_.mask, area_.sx, area_.sy, shape, ShapeX(), ShapeY(), shaped,
+                      area_.width, area_.height);
+    } else {
+      FillMask(shaped, {0, 0, area_.width, area_.height}, MASKINVISIBLE);
+      CopyMask(shape, shaped, {ShapeX(), ShapeY(), 0, 0, area_.width, area_.height},
+               MASKVANILLACOPY);
+    }
+    source_.mask = &shaped;
+    return true;
+  }
+
+  /// Where the target rectangle begins in the region's mask.
+  [[nodiscard]] int ShapeX() const { return area_.tx - blit_.clip->area.x; }
+  [[nodiscard]] int ShapeY() const { return area_.ty - blit_.clip->area.y; }
 
   /// Makes a kept buffer at least as large as the rectangle.
   template <class Plane, class Alloc>

@@ -3,23 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <optional>
 
 #include "unit/pixels/random_pictures.h"
 
 namespace quillmere {
 namespace {
 
+using test::Clone;
 using test::Dice;
+using test::ForPixels;
+using test::SameBytes;
 
 constexpr int rounds = 120;
 constexpr MaskMode maskModes[] = {MASKVISIBLE, MASKINVISIBLE, MASKVANILLACOPY,
                                   MASKXOR,     MASKAND,       MASKOR};
-
-template <class Plane>
-std::vector<std::uint8_t> BytesOf(Plane& plane) {
-  return {plane.Bytes().begin(), plane.Bytes().end()};
-}
 
 /// The table of `CopyMask`, bit by bit.
 bool CopiedBit(MaskMode mode, bool d, bool s) {
@@ -95,41 +92,25 @@ TEST(MaskOps, EveryModeEqualsItsTableBitByBit) {
     for (const MaskMode mode : maskModes) {
       const auto source = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
       const auto alpha = dice.Alpha(source->width, source->height);
-      const auto copied = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
-      const auto filled = *AllocMask(copied->width, copied->height, true);
-      const auto fromAlpha = *AllocMask(copied->width, copied->height, true);
+      const auto before = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
       const BlitArea area = dice.Rectangle(70);
-      const Area target = area.Target();
-      const BlitArea whole{0, 0, 0, 0, copied->width, copied->height};
-      CopyMask(*copied, *filled, whole, MASKVANILLACOPY);
-      CopyMask(*copied, *fromAlpha, whole, MASKVANILLACOPY);
-      const auto wantCopied = *AllocMask(copied->width, copied->height, true);
-      const auto wantFilled = *AllocMask(copied->width, copied->height, true);
-      const auto wantFromAlpha = *AllocMask(copied->width, copied->height, true);
-      for (int y = 0; y < copied->height; ++y) {
-        for (int x = 0; x < copied->width; ++x) {
-          const bool d = copied->Test(x, y);
-          wantCopied->Set(x, y, d);
-          wantFilled->Set(x, y, d);
-          wantFromAlpha->Set(x, y, d);
-        }
-      }
-      ASSERT_EQ(BytesOf(*filled), BytesOf(*wantFilled));
-      test::ForPixels(area, *source, *copied, [&](int sx, int sy, int tx, int ty) {
-        const bool d = wantCopied->Test(tx, ty);
-        wantFromAlpha->Set(tx, ty, BitOfAlpha(mode, d, alpha->Row(sy)[sx]));
-        wantCopied->Set(tx, ty, CopiedBit(mode, d, source->Test(sx, sy)));
-      });
-      test::ForPixels({target.x, target.y, target.x, target.y, target.width, target.height},
-                      *filled, *filled, [&](int, int, int tx, int ty) {
-                        wantFilled->Set(tx, ty, FilledBit(mode, wantFilled->Test(tx, ty)));
-                      });
+      const auto copied = Clone(*before), fromAlpha = Clone(*before), filled = Clone(*before);
       CopyMask(*source, *copied, area, mode);
       AlphaToMask(*alpha, *fromAlpha, area, mode);
-      FillMask(*filled, target, mode);
-      ASSERT_EQ(BytesOf(*copied), BytesOf(*wantCopied)) << "mode " << mode;
-      ASSERT_EQ(BytesOf(*fromAlpha), BytesOf(*wantFromAlpha)) << "mode " << mode;
-      ASSERT_EQ(BytesOf(*filled), BytesOf(*wantFilled)) << "mode " << mode;
+      FillMask(*filled, area.Target(), mode);
+
+      const auto wantCopied = Clone(*before), wantFromAlpha = Clone(*before);
+      const auto wantFilled = Clone(*before);
+      ForPixels(area, *source, *before, [&](int sx, int sy, int tx, int ty) {
+        const bool d = before->Test(tx, ty);
+        wantCopied->Set(tx, ty, CopiedBit(mode, d, source->Test(sx, sy)));
+        wantFromAlpha->Set(tx, ty, BitOfAlpha(mode, d, alpha->Row(sy)[sx]));
+      });
+      ForPixels(area.Target(), *before,
+                [&](int x, int y) { wantFilled->Set(x, y, FilledBit(mode, before->Test(x, y))); });
+      ASSERT_TRUE(SameBytes(*copied, *wantCopied)) << "mode " << mode;
+      ASSERT_TRUE(SameBytes(*fromAlpha, *wantFromAlpha)) << "mode " << mode;
+      ASSERT_TRUE(SameBytes(*filled, *wantFilled)) << "mode " << mode;
     }
   }
 }
@@ -140,68 +121,60 @@ TEST(AlphaOps, EveryModeEqualsItsTableByteByByte) {
     for (int mode = 0; mode < 8; ++mode) {
       const auto source = dice.Alpha(dice.Int(1, 70), dice.Int(1, 70));
       const auto target = dice.Alpha(dice.Int(1, 70), dice.Int(1, 70));
+      const auto want = Clone(*target);
       const BlitArea area = dice.Rectangle(70);
       const std::uint8_t value = dice.Byte();
-      const auto want = *AllocAlphaMap(target->width, target->height, true);
-      CopyAlpha(*target, *want, {0, 0, 0, 0, target->width, target->height}, AlphaCopyMode::Copy);
-      ASSERT_EQ(BytesOf(*want), BytesOf(*target));
-      test::ForPixels(area, *source, *want, [&](int sx, int sy, int tx, int ty) {
+      ForPixels(area, *source, *want, [&](int sx, int sy, int tx, int ty) {
         std::uint8_t& d = want->Row(ty)[tx];
         d = static_cast<std::uint8_t>(
             CopiedByte(static_cast<AlphaCopyMode>(mode), d, source->Row(sy)[sx], value));
       });
       CopyAlpha(*source, *target, area, static_cast<AlphaCopyMode>(mode), value);
-      ASSERT_EQ(BytesOf(*want), BytesOf(*target)) << "mode " << mode;
+      ASSERT_TRUE(SameBytes(*want, *target)) << "mode " << mode;
     }
   }
 }
 
-TEST(AlphaOps, MasksAndShapesChooseBytes) {
+TEST(AlphaOps, FillsAndMasksChooseBytes) {
   Dice dice(4);
   for (int round = 0; round < rounds; ++round) {
     const auto mask = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
-    const auto alpha = dice.Alpha(dice.Int(1, 70), dice.Int(1, 70));
-    const auto shape = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
+    const auto drawn = dice.Alpha(dice.Int(1, 70), dice.Int(1, 70));
+    const auto filled = Clone(*drawn), wantDrawn = Clone(*drawn), wantFilled = Clone(*drawn);
     const BlitArea area = dice.Rectangle(70);
     const std::uint8_t value = dice.Byte();
-    const auto want = *AllocAlphaMap(alpha->width, alpha->height, true);
-    CopyAlpha(*alpha, *want, {0, 0, 0, 0, alpha->width, alpha->height}, AlphaCopyMode::Copy);
-    test::ForPixels(area, *mask, *want, [&](int sx, int sy, int tx, int ty) {
-      if (mask->Test(sx, sy)) want->Row(ty)[tx] = value;
+    ForPixels(area, *mask, *drawn, [&](int sx, int sy, int tx, int ty) {
+      if (mask->Test(sx, sy)) wantDrawn->Row(ty)[tx] = value;
     });
-    const auto drawn = *AllocAlphaMap(alpha->width, alpha->height, true);
-    CopyAlpha(*alpha, *drawn, {0, 0, 0, 0, alpha->width, alpha->height}, AlphaCopyMode::Copy);
+    ForPixels(area.Target(), *filled, [&](int x, int y) { wantFilled->Row(y)[x] = value; });
     MaskToAlpha(*mask, *drawn, area, value);
-    ASSERT_EQ(BytesOf(*want), BytesOf(*drawn));
+    FillAlpha(*filled, area.Target(), value);
+    ASSERT_TRUE(SameBytes(*drawn, *wantDrawn));
+    ASSERT_TRUE(SameBytes(*filled, *wantFilled));
+  }
+}
 
-    // Through a shape: what lies outside of the source, the shape or its bits is 0.
+TEST(Shapes, LeaveNothingOutsideOfSourceAndShape) {
+  Dice dice(24);
+  for (int round = 0; round < rounds; ++round) {
+    const auto mask = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
+    const auto alpha = dice.Alpha(mask->width, mask->height);
+    const auto shape = dice.Mask(dice.Int(1, 70), dice.Int(1, 70));
     const int width = dice.Int(1, 70), height = dice.Int(1, 70);
     const int sx = dice.Int(-5, 60), sy = dice.Int(-5, 60);
     const int shapeX = dice.Int(-20, 60), shapeY = dice.Int(-20, 60);
     const auto shapedAlpha = dice.Alpha(width, height);
     const auto shapedMask = dice.Mask(width, height);
     CopyAlphaThrough(*alpha, sx, sy, *shape, shapeX, shapeY, *shapedAlpha, width, height);
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x) {
-        const int ax = sx + x, ay = sy + y, bx = shapeX + x, by = shapeY + y;
-        const bool inSource = ax >= 0 && ay >= 0 && ax < alpha->width && ay < alpha->height;
-        const bool inShape =
-            bx >= 0 && by >= 0 && bx < shape->width && by < shape->height && shape->Test(bx, by);
-        ASSERT_EQ(shapedAlpha->Row(y)[x], inSource && inShape ? alpha->Row(ay)[ax] : 0);
-      }
-    }
-    const int maskX = dice.Int(0, mask->width - 1), maskY = dice.Int(0, mask->height - 1);
-    const int fitWidth = std::min(width, mask->width - maskX);
-    const int fitHeight = std::min(height, mask->height - maskY);
-    const int cornerX = dice.Int(0, shape->width - 1), cornerY = dice.Int(0, shape->height - 1);
-    CopyMaskThrough(*mask, maskX, maskY, *shape, cornerX, cornerY, *shapedMask, fitWidth,
-                    fitHeight);
-    for (int y = 0; y < std::min(fitHeight, shape->height - cornerY); ++y) {
-      for (int x = 0; x < std::min(fitWidth, shape->width - cornerX); ++x) {
-        ASSERT_EQ(shapedMask->Test(x, y),
-                  mask->Test(maskX + x, maskY + y) && shape->Test(cornerX + x, cornerY + y));
-      }
-    }
+    CopyMaskThrough(*mask, sx, sy, *shape, shapeX, shapeY, *shapedMask, width, height);
+    ForPixels({0, 0, width, height}, *shapedMask, [&](int x, int y) {
+      const int ax = sx + x, ay = sy + y, bx = shapeX + x, by = shapeY + y;
+      const bool inSource = ax >= 0 && ay >= 0 && ax < alpha->width && ay < alpha->height;
+      const bool inShape =
+          bx >= 0 && by >= 0 && bx < shape->width && by < shape->height && shape->Test(bx, by);
+      ASSERT_EQ(shapedAlpha->Row(y)[x], inSource && inShape ? alpha->Row(ay)[ax] : 0);
+      ASSERT_EQ(shapedMask->Test(x, y), inSource && inShape && mask->Test(ax, ay));
+    });
   }
 }
 
@@ -230,7 +203,7 @@ TEST(VisibleBox, IsTheSmallestBoxAroundWhatShows) {
 TEST(MaskOps, FarRectanglesReachNothing) {
   Dice dice(6);
   const auto mask = dice.Mask(20, 20);
-  const auto before = BytesOf(*mask);
+  const auto before = Clone(*mask);
   constexpr int most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
   for (const BlitArea& area : {BlitArea{most, 0, 0, 0, most, 5},
                                {0, 0, least, 0, 20, 20},
@@ -239,7 +212,7 @@ TEST(MaskOps, FarRectanglesReachNothing) {
     CopyMask(*mask, *mask, area, MASKXOR);
     FillMask(*mask, {area.tx, area.ty, area.width, -1}, MASKXOR);
   }
-  EXPECT_EQ(BytesOf(*mask), before);
+  EXPECT_TRUE(SameBytes(*mask, *before));
   FillMask(*mask, {-10, -10, most, most}, MASKVISIBLE);
   EXPECT_EQ(VisibleBox(*mask), (Area{0, 0, 20, 20}));
 }

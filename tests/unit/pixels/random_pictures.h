@@ -1,9 +1,17 @@
 // Random planes, rectangles and bytes for tests that compare a fast loop with a plain one. Bytes at
-// which rounding changes its mind (0, 1, 127, 128, 254, 255) come more often than others.
+// which rounding changes its mind (0, 1, 127, 128, 254, 255) come more often than others, and rows
+// are of any length.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <random>
+#include <span>
+#include <type_traits>
+#include <utility>
 
 #include "pixels/area.h"
 #include "pixels/planes.h"
@@ -28,7 +36,8 @@ class Dice {
   }
 
   BitmapPtr Bitmap(int width, int height) {
-    BitmapPtr bitmap = *AllocBitmap(width, height);
+    const BitmapPtr bitmap =
+        Plane<qmBitmap>(width, height, width + Int(0, 5), sizeof(std::uint32_t));
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) bitmap->At(x, y) = Pixel();
     }
@@ -37,7 +46,7 @@ class Dice {
 
   /// Bits in runs, so that whole bytes of both kinds occur beside mixed ones.
   MaskPtr Mask(int width, int height) {
-    MaskPtr mask = *AllocMask(width, height, true);
+    const MaskPtr mask = Plane<qmMask>(width, height, (width + 7) / 8 + Int(0, 3), 1);
     bool bit = Coin();
     for (int y = 0; y < height; ++y) {
       for (int x = 0, run = 0; x < width; ++x, --run) {
@@ -53,7 +62,7 @@ class Dice {
 
   /// Runs of one value beside noise.
   AlphaPtr Alpha(int width, int height) {
-    AlphaPtr alpha = *AllocAlphaMap(width, height, true);
+    const AlphaPtr alpha = Plane<qmAlphaMap>(width, height, width + Int(0, 5), 1);
     for (int y = 0; y < height; ++y) {
       for (int x = 0, run = 0; x < width; ++x) {
         std::uint8_t& byte = alpha->Row(y)[x];
@@ -75,24 +84,57 @@ class Dice {
   }
 
  private:
+  /// A plane of any stride without a spare byte behind it, so that a checker of memory sees every
+  /// step outside. The padding holds noise.
+  template <class T>
+  std::shared_ptr<T> Plane(int width, int height, int stride, std::size_t elementSize) {
+    const std::size_t bytes =
+        static_cast<std::size_t>(stride) * static_cast<std::size_t>(height) * elementSize;
+    auto* memory = static_cast<std::byte*>(std::malloc(bytes));
+    for (std::size_t i = 0; i < bytes; ++i) memory[i] = static_cast<std::byte>(Int(0, 255));
+    return std::make_shared<T>(detail::PlaneMemory(memory), width, height, stride);
+  }
+
   std::mt19937 engine_;
 };
 
-inline BitmapPtr Clone(const qmBitmap& bitmap) {
-  BitmapPtr copy = *AllocBitmap(bitmap.width, bitmap.height);
-  for (int y = 0; y < bitmap.height; ++y) {
-    std::copy_n(bitmap.Row(y), bitmap.width, copy->Row(y));
-  }
-  return copy;
+/// Bytes of all rows of a plane, the padding included.
+inline std::span<const std::byte> BytesOf(const qmBitmap& plane) {
+  return {reinterpret_cast<const std::byte*>(plane.Row(0)),
+          static_cast<std::size_t>(plane.pixelsPerRow) * static_cast<std::size_t>(plane.height) *
+              sizeof(std::uint32_t)};
+}
+template <class Plane>
+std::span<const std::byte> BytesOf(const Plane& plane) {
+  return {reinterpret_cast<const std::byte*>(plane.Row(0)),
+          static_cast<std::size_t>(plane.bytesPerRow) * static_cast<std::size_t>(plane.height)};
 }
 
-/// Whether two colour planes hold the same words; with `colorOnly` the top byte may differ.
-inline bool SamePixels(const qmBitmap& a, const qmBitmap& b, bool colorOnly = false) {
-  const std::uint32_t bits = colorOnly ? 0xFFFFFF : 0xFFFFFFFF;
+/// A copy to the last byte.
+template <class Plane>
+std::shared_ptr<Plane> Clone(const Plane& plane) {
+  const auto bytes = BytesOf(plane);
+  detail::PlaneMemory memory(static_cast<std::byte*>(std::malloc(bytes.size())));
+  std::ranges::copy(bytes, memory.get());
+  int stride = 0;
+  if constexpr (std::is_same_v<Plane, qmBitmap>) {
+    stride = plane.pixelsPerRow;
+  } else {
+    stride = plane.bytesPerRow;
+  }
+  return std::make_shared<Plane>(std::move(memory), plane.width, plane.height, stride);
+}
+
+/// Whether two planes that were clones are still the same, padding included.
+template <class Plane>
+bool SameBytes(const Plane& a, const Plane& b) {
+  return std::ranges::equal(BytesOf(a), BytesOf(b));
+}
+
+/// Whether two colour planes of any stride show the same words.
+inline bool SamePixels(const qmBitmap& a, const qmBitmap& b) {
   for (int y = 0; y < a.height; ++y) {
-    for (int x = 0; x < a.width; ++x) {
-      if (((a.Row(y)[x] ^ b.Row(y)[x]) & bits) != 0) return false;
-    }
+    if (!std::equal(a.Row(y), a.Row(y) + a.width, b.Row(y))) return false;
   }
   return true;
 }
@@ -108,6 +150,13 @@ void ForPixels(const BlitArea& area, const Source& source, const Target& target,
       visit(sx, sy, tx, ty);
     }
   }
+}
+
+/// Calls `visit(x, y)` for the pixels of a rectangle that lie in a plane.
+template <class Plane, class Visit>
+void ForPixels(const Area& area, const Plane& plane, Visit visit) {
+  ForPixels({area.x, area.y, area.x, area.y, area.width, area.height}, plane, plane,
+            [&](int, int, int x, int y) { visit(x, y); });
 }
 
 }  // namespace quillmere::test
