@@ -1,5 +1,6 @@
 #include "pixels/planes.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -17,22 +18,25 @@ detail::PlaneMemory Borrow(void* memory) {
   return {static_cast<std::byte*>(memory), detail::PlaneMemoryFree{.owned = false}};
 }
 
-/// The width, if a plane of that size can be.
-Result<int> CheckSize(int width, int height) {
-  const bool fits = width >= 1 && height >= 1 && width <= maxPlaneSize && height <= maxPlaneSize;
-  if (!fits) return Fail(Error::OutOfMemory);
-  return width;
-}
-
-Result<detail::PlaneMemory> AllocPlane(int rowBytes, int height, bool clear) {
-  const std::int64_t bytes = static_cast<std::int64_t>(rowBytes) * height;
+/// Makes a plane of a width and height from 1 to 65536 whose rows take `strideOf(width)` elements.
+template <class Plane, class Element>
+Result<std::shared_ptr<Plane>> AllocPlane(int width, int height, int (*strideOf)(int), bool clear) {
+  if (width < 1 || height < 1 || width > maxPlaneSize || height > maxPlaneSize) {
+    return Fail(Error::OutOfMemory);
+  }
+  const int stride = strideOf(width);
+  const std::int64_t bytes = static_cast<std::int64_t>(sizeof(Element)) * stride * height;
   if (bytes > std::numeric_limits<std::int32_t>::max()) return Fail(Error::OutOfMemory);
   const std::size_t padded = (static_cast<std::size_t>(bytes) + spareBytes + planeAlignment - 1) /
                              planeAlignment * planeAlignment;
-  void* memory = std::aligned_alloc(planeAlignment, padded);
-  if (memory == nullptr) return Fail(Error::OutOfMemory);
-  if (clear) std::memset(memory, 0, padded);
-  return detail::PlaneMemory(static_cast<std::byte*>(memory));
+  detail::PlaneMemory memory(static_cast<std::byte*>(std::aligned_alloc(planeAlignment, padded)));
+  if (!memory) return Fail(Error::OutOfMemory);
+  if (clear) std::memset(memory.get(), 0, padded);
+  try {
+    return std::make_shared<Plane>(std::move(memory), width, height, stride);
+  } catch (const std::bad_alloc&) {
+    return Fail(Error::OutOfMemory);
+  }
 }
 
 }  // namespace
@@ -64,29 +68,38 @@ qmAlphaMap::qmAlphaMap(detail::PlaneMemory memory, int planeWidth, int planeHeig
       memory_(std::move(memory)),
       bytes_(reinterpret_cast<std::uint8_t*>(memory_.get())) {}
 
+namespace {
+
+/// The smallest size of the planes that are there; 0 for none.
+template <class SizeOf>
+int SmallestSize(const Planes& planes, SizeOf sizeOf) {
+  constexpr int none = maxPlaneSize + 1;
+  const int size = std::min({planes.bitmap ? sizeOf(*planes.bitmap) : none,
+                             planes.mask ? sizeOf(*planes.mask) : none,
+                             planes.alpha ? sizeOf(*planes.alpha) : none});
+  return size == none ? 0 : size;
+}
+
+}  // namespace
+
 int Planes::Width() const {
-  return bitmap ? bitmap->width : mask ? mask->width : alpha ? alpha->width : 0;
+  return SmallestSize(*this, [](const auto& plane) { return plane.width; });
 }
 
 int Planes::Height() const {
-  return bitmap ? bitmap->height : mask ? mask->height : alpha ? alpha->height : 0;
+  return SmallestSize(*this, [](const auto& plane) { return plane.height; });
 }
 
 Result<BitmapPtr> AllocBitmap(int width, int height) {
-  const int stride = BitmapPixelsPerRow(TRY(CheckSize(width, height)));
-  return std::make_shared<qmBitmap>(
-      TRY(AllocPlane(stride * qmBitmap::bytesPerPixel, height, false)), width, height, stride);
+  return AllocPlane<qmBitmap, std::uint32_t>(width, height, BitmapPixelsPerRow, false);
 }
 
 Result<MaskPtr> AllocMask(int width, int height, bool clear) {
-  const int stride = MaskBytesPerRow(TRY(CheckSize(width, height)));
-  return std::make_shared<qmMask>(TRY(AllocPlane(stride, height, clear)), width, height, stride);
+  return AllocPlane<qmMask, std::uint8_t>(width, height, MaskBytesPerRow, clear);
 }
 
 Result<AlphaPtr> AllocAlphaMap(int width, int height, bool clear) {
-  const int stride = AlphaBytesPerRow(TRY(CheckSize(width, height)));
-  return std::make_shared<qmAlphaMap>(TRY(AllocPlane(stride, height, clear)), width, height,
-                                      stride);
+  return AllocPlane<qmAlphaMap, std::uint8_t>(width, height, AlphaBytesPerRow, clear);
 }
 
 qmBitmap ViewBitmap(std::uint32_t* pixels, int pixelsPerRow, int width, int height) {

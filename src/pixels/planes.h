@@ -138,6 +138,7 @@ struct Planes {
   AlphaPtr alpha;
 
   [[nodiscard]] bool IsOpaque() const { return !mask && !alpha; }
+  /// The size that all planes have; of planes out of step, what they have in common.
   [[nodiscard]] int Width() const;
   [[nodiscard]] int Height() const;
 };

@@ -6,32 +6,20 @@
 #include <string>
 
 #include "pixels/kernels.h"
+#include "unit/pixels/plane_tables.h"
 #include "unit/pixels/random_pictures.h"
 
 namespace quillmere {
 namespace {
 
+using test::Blended;
 using test::Clone;
 using test::Dice;
 using test::ForPixels;
+using test::MixBytes;
 using test::SameBytes;
 
 constexpr int rounds = 150;
-
-/// d + (((s - d) * a) >> 8) in each byte.
-std::uint32_t MixBytes(std::uint32_t d, std::uint32_t s, int a) {
-  std::uint32_t out = 0;
-  for (int shift = 0; shift < 32; shift += 8) {
-    const int from = static_cast<int>(d >> shift & 255), to = static_cast<int>(s >> shift & 255);
-    out |= static_cast<std::uint32_t>((from + (((to - from) * a) >> 8)) & 255) << shift;
-  }
-  return out;
-}
-
-std::uint32_t Blended(std::uint32_t d, std::uint32_t s, int a) {
-  if (a == 0) return d;
-  return a == 255 ? s : MixBytes(d, s, a);
-}
 
 class Blit : public testing::Test {
  protected:

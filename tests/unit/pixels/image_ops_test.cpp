@@ -13,6 +13,8 @@ namespace {
 
 using test::Clone;
 using test::Dice;
+using test::ForPixels;
+using test::SameBytes;
 using test::SamePixels;
 
 /// The brightness as told: sums of products in doubles, in this order.
@@ -45,20 +47,24 @@ TEST(Gray, RoundsAsTheSumInDoublesForEveryColour) {
   EXPECT_EQ(bitmap->Color(255, 0), 0xFFFFFFu);
 }
 
-TEST(Invert, TurnsAllBitsPaddingIncluded) {
+TEST(Invert, TurnsAllBitsPaddingOfMaskAndAlphaIncluded) {
   Dice dice(17);
-  const auto bitmap = dice.Bitmap(5, 2);
-  const auto before = Clone(*bitmap);
-  InvertPicture(*bitmap);
-  EXPECT_EQ(bitmap->At(4, 1), ~before->At(4, 1));
-  const auto mask = *AllocMask(3, 2, true);
-  InvertMask(*mask);
-  for (const std::uint8_t byte : mask->Bytes()) EXPECT_EQ(byte, 255);
-  const auto alpha = *AllocAlphaMap(3, 2, true);
-  alpha->Row(1)[2] = 100;
-  InvertAlpha(*alpha);
-  EXPECT_EQ(alpha->Row(1)[2], 155);
-  EXPECT_EQ(alpha->Row(0)[3], 255);
+  for (int round = 0; round < 100; ++round) {
+    const int width = dice.Int(1, 70), height = dice.Int(1, 70);
+    const auto bitmap = dice.Bitmap(width, height), want = Clone(*bitmap);
+    ForPixels({0, 0, width, height}, *want, [&](int x, int y) { want->At(x, y) ^= 0xFFFFFFFF; });
+    InvertPicture(*bitmap);
+    ASSERT_TRUE(SameBytes(*bitmap, *want));
+
+    const auto mask = dice.Mask(width, height), wantMask = Clone(*mask);
+    for (std::uint8_t& byte : wantMask->Bytes()) byte = static_cast<std::uint8_t>(255 - byte);
+    InvertMask(*mask);
+    ASSERT_TRUE(SameBytes(*mask, *wantMask));
+    const auto alpha = dice.Alpha(width, height), wantAlpha = Clone(*alpha);
+    for (std::uint8_t& byte : wantAlpha->Bytes()) byte = static_cast<std::uint8_t>(255 - byte);
+    InvertAlpha(*alpha);
+    ASSERT_TRUE(SameBytes(*alpha, *wantAlpha));
+  }
 }
 
 TEST(Flip, MirrorsAllPlanesInBothDirections) {
@@ -102,7 +108,28 @@ TEST(ReplaceColors, WalksThePairsWithTheChangedValue) {
   EXPECT_EQ(swapped->Color(0, 0), 1u);
   EXPECT_EQ(swapped->Color(1, 0), 1u);
   EXPECT_EQ(swapped->Color(2, 0), 3u);
-  ReplaceColorList(*swapped, {});
+}
+
+TEST(ReplaceColors, EqualsTheWalkOfEachPixel) {
+  Dice dice(26);
+  const auto color = [&] { return static_cast<std::uint32_t>(dice.Int(0, 5)) * 0x010001; };
+  for (int round = 0; round < 200; ++round) {
+    const auto bitmap = dice.Bitmap(dice.Int(1, 70), dice.Int(1, 70));
+    std::vector<ColorPair> pairs;
+    for (int i = dice.Int(0, 6); i > 0; --i) pairs.push_back({color(), color()});
+    const auto top = [&] { return static_cast<std::uint32_t>(dice.Byte()) << 24; };
+    const Area whole{0, 0, bitmap->width, bitmap->height};
+    ForPixels(whole, *bitmap, [&](int x, int y) { bitmap->At(x, y) = top() | color(); });
+    const auto before = Clone(*bitmap);
+    ReplaceColorList(*bitmap, pairs);
+    ForPixels(whole, *bitmap, [&](int x, int y) {
+      std::uint32_t pixel = before->Color(x, y);
+      for (const ColorPair& pair : pairs) {
+        if (pixel == pair.from) pixel = pair.to;
+      }
+      ASSERT_EQ(bitmap->Color(x, y), pixel);
+    });
+  }
 }
 
 /// The fill as it is told: by recursion.
@@ -129,7 +156,7 @@ void FillByRecursion(qmBitmap& b, int x, int y, std::uint32_t border, std::uint3
 TEST(FloodFill, EqualsTheRecursionOnMazes) {
   Dice dice(19);
   for (int round = 0; round < 500; ++round) {
-    const int width = dice.Int(1, 40), height = dice.Int(1, 40);
+    const int width = dice.Int(1, 70), height = dice.Int(1, 70);
     BitmapPtr bitmap = *AllocBitmap(width, height);
     const int walls = dice.Int(0, 6);
     for (int y = 0; y < height; ++y) {

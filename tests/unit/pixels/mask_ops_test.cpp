@@ -4,87 +4,24 @@
 
 #include <limits>
 
+#include "unit/pixels/plane_tables.h"
 #include "unit/pixels/random_pictures.h"
 
 namespace quillmere {
 namespace {
 
+using test::BitOfAlpha;
 using test::Clone;
+using test::CopiedBit;
+using test::CopiedByte;
 using test::Dice;
+using test::FilledBit;
 using test::ForPixels;
 using test::SameBytes;
 
 constexpr int rounds = 120;
 constexpr MaskMode maskModes[] = {MASKVISIBLE, MASKINVISIBLE, MASKVANILLACOPY,
                                   MASKXOR,     MASKAND,       MASKOR};
-
-/// The table of `CopyMask`, bit by bit.
-bool CopiedBit(MaskMode mode, bool d, bool s) {
-  switch (mode) {
-    case MASKVISIBLE:
-      return s ? true : d;
-    case MASKINVISIBLE:
-      return s ? false : d;
-    case MASKVANILLACOPY:
-      return s;
-    case MASKXOR:
-      return d != s;
-    case MASKAND:
-      return d && s;
-    case MASKOR:
-      return d || s;
-  }
-  return d;
-}
-
-/// The table of `FillMask`.
-bool FilledBit(MaskMode mode, bool d) {
-  if (mode == MASKINVISIBLE) return false;
-  if (mode == MASKXOR) return !d;
-  return mode == MASKAND ? d : true;
-}
-
-/// The table of `AlphaToMask`.
-bool BitOfAlpha(MaskMode mode, bool d, std::uint8_t s) {
-  const bool set = s == 255;
-  switch (mode) {
-    case MASKVISIBLE:
-    case MASKVANILLACOPY:
-      return set;
-    case MASKINVISIBLE:
-      return !set;
-    case MASKXOR:
-      return set ? !d : d;
-    case MASKAND:
-      return d;
-    case MASKOR:
-      return d || set;
-  }
-  return d;
-}
-
-/// The table of `CopyAlpha`.
-int CopiedByte(AlphaCopyMode mode, int d, int s, int value) {
-  switch (mode) {
-    case AlphaCopyMode::Copy:
-      return s;
-    case AlphaCopyMode::CopyVisible:
-      return s != 0 ? s : d;
-    case AlphaCopyMode::Invert:
-      return s != 0 ? 255 - s : d;
-    case AlphaCopyMode::Opaque:
-      return s != 0 ? 255 : d;
-    case AlphaCopyMode::Scale:
-      return s != 0 ? s * value / 255 : d;
-    case AlphaCopyMode::InvertInside:
-      return s != 0 && d != 0 ? 255 - s : d;
-    case AlphaCopyMode::Value:
-      return s != 0 ? value : d;
-    case AlphaCopyMode::CopyInside:
-      return s != 0 && d != 0 ? s : 0;
-  }
-  return d;
-}
 
 TEST(MaskOps, EveryModeEqualsItsTableBitByBit) {
   Dice dice(2);

@@ -44,25 +44,23 @@ TEST(PixelFormat, EveryLayoutStoresAndReadsAsTold) {
 
 TEST(PixelFormat, ConvertsRectanglesAndCutsThem) {
   test::Dice dice(21);
-  for (const Case& row : cases) {
-    const auto source = dice.Bitmap(20, 10);
-    const int bytes = BytesPerPixel(row.format);
-    std::vector<std::uint8_t> memory(static_cast<std::size_t>(16 * 8 * bytes));
-    const qmBitmapLock lock{memory.data(), row.format, bytes, 16, 15, 8};
-    const BlitArea area{
-        dice.Int(-3, 10), dice.Int(-3, 5), dice.Int(-3, 10), dice.Int(-3, 5), 12, 9};
+  for (int round = 0; round < 20 * pixelFormatCount; ++round) {
+    const PixelFormat format = cases[round % pixelFormatCount].format;
+    const auto source = dice.Bitmap(dice.Int(1, 70), dice.Int(1, 70));
+    const int bytes = BytesPerPixel(format);
+    const int width = dice.Int(1, 70), height = dice.Int(1, 70), stride = width + dice.Int(0, 5);
+    std::vector<std::uint8_t> memory(static_cast<std::size_t>(stride * height * bytes));
+    const qmBitmapLock lock{memory.data(), format, bytes, stride, width, height};
+    const BlitArea area = dice.Rectangle(70);
     ConvertPixels(*source, area.sx, area.sy, lock, area.tx, area.ty, area.width, area.height);
-    std::vector<std::uint32_t> want(16 * 8, 0);
-    const qmBitmap target = ViewBitmap(want.data(), 16, 15, 8);
-    test::ForPixels(area, *source, target, [&](int sx, int sy, int tx, int ty) {
-      want[static_cast<std::size_t>(ty * 16 + tx)] =
-          PixelToRGB(RGBToPixel(source->At(sx, sy), row.format), row.format);
+    const BitmapPtr want = *AllocBitmap(width, height);
+    const Area whole{0, 0, width, height};
+    test::ForPixels(whole, *want, [&](int x, int y) { want->At(x, y) = 0; });
+    test::ForPixels(area, *source, *want, [&](int sx, int sy, int tx, int ty) {
+      want->At(tx, ty) = PixelToRGB(RGBToPixel(source->At(sx, sy), format), format);
     });
-    for (int y = 0; y < 8; ++y) {
-      for (int x = 0; x < 15; ++x) {
-        ASSERT_EQ(ReadPixelRGB(lock, x, y), want[static_cast<std::size_t>(y * 16 + x)]);
-      }
-    }
+    test::ForPixels(whole, *want,
+                    [&](int x, int y) { ASSERT_EQ(ReadPixelRGB(lock, x, y), want->At(x, y)); });
   }
 }
 
@@ -70,6 +68,18 @@ TEST(Color, MixesChannelByChannelAndFallsShortOfTheEnd) {
   EXPECT_EQ(MixColors(0x000000, 0xFFFFFF, 255), 0xFEFEFEu);
   EXPECT_EQ(MixColors(0xFFFFFF, 0x000000, 255), 0x000000u);
   EXPECT_EQ(MixColors(0xFF204060, 0x00602040, 128), 0x403050u);
+  test::Dice dice(28);
+  for (int round = 0; round < 1000; ++round) {
+    const std::uint32_t from = dice.Pixel(), to = dice.Pixel();
+    const int ratio = dice.Byte();
+    std::uint32_t want = 0;
+    for (int shift = 0; shift < 24; shift += 8) {
+      const int c1 = static_cast<int>(from >> shift & 255),
+                c2 = static_cast<int>(to >> shift & 255);
+      want |= static_cast<std::uint32_t>(c1 + (((c2 - c1) * ratio) >> 8)) << shift;
+    }
+    ASSERT_EQ(MixColors(from, to, ratio), want);
+  }
   EXPECT_EQ(ColorOnScreen(0xFFFFFF, 15), 0xF8F8F8u);
   EXPECT_EQ(ColorOnScreen(0xFFFFFF, 16), 0xF8FCF8u);
   EXPECT_EQ(ColorOnScreen(0xFFFFFF, 32), 0xFFFFFFu);

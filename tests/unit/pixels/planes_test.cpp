@@ -111,6 +111,37 @@ TEST(ARGBToBitmap, BuildsTheMaskFromTheColourAlone) {
   for (int y = 0; y < 2; ++y) EXPECT_EQ(mask->Row(y)[0], planes.mask->Row(y)[0]);
 }
 
+TEST(PlaneConversion, EqualsItsRulesPixelByPixel) {
+  Dice dice(27);
+  for (int round = 0; round < 150; ++round) {
+    const int width = dice.Int(1, 70), height = dice.Int(1, 70);
+    Planes planes{dice.Bitmap(width, height), nullptr, nullptr};
+    const int kind = dice.Int(0, 2);
+    if (kind == 1) planes.mask = dice.Mask(width, height);
+    if (kind == 2) planes.alpha = dice.Alpha(width, height);
+    const std::uint32_t fill = dice.Pixel(), key = planes.bitmap->At(0, 0) ^ 0xFF000000;
+    const bool keepMask = dice.Coin();
+    const auto words = *PlanesToARGB(planes, fill, keepMask);
+    const MaskPtr keyed = *KeyToMask(*planes.bitmap, key);
+    const Planes back = *ARGBToBitmap(words, key, width, height, width);
+    const AlphaPtr tops = *ARGBToAlpha(words, width, height, width);
+    test::ForPixels({0, 0, width, height}, *planes.bitmap, [&](int x, int y) {
+      const std::uint32_t color = planes.bitmap->Color(x, y);
+      std::uint32_t want = 0xFF000000 | color;
+      if (planes.mask && !planes.mask->Test(x, y)) want = keepMask ? color : fill;
+      if (planes.alpha) {
+        const std::uint32_t alpha = planes.alpha->Row(y)[x];
+        want = alpha << 24 | (alpha == 0 ? fill & 0xFFFFFF : color);
+      }
+      ASSERT_EQ(words[static_cast<std::size_t>(y * width + x)], want);
+      ASSERT_EQ(keyed->Test(x, y), color != (key & 0xFFFFFF));
+      ASSERT_EQ(back.bitmap->Color(x, y), want & 0xFFFFFF);
+      ASSERT_EQ(back.mask->Test(x, y), ((want ^ key) & 0xFFFFFF) != 0);
+      ASSERT_EQ(tops->Row(y)[x], want >> 24);
+    });
+  }
+}
+
 TEST(ARGBToBitmap, RefusesArraysThatAreTooShort) {
   const std::uint32_t words[6] = {};
   EXPECT_TRUE(ARGBToBitmap(words, {}, 2, 2, 4));

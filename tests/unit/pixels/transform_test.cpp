@@ -224,35 +224,5 @@ TEST(TransformPlanes, ExtremeShrinkingStaysInside) {
   }
 }
 
-TEST(Matrix, IsBuiltFromSizeOrScaleThenTurned) {
-  EXPECT_EQ(BuildMatrix(0, 50, 100, 100, 0, 7, 7), (Matrix{1, 0, 0, 0.5}));
-  EXPECT_EQ(BuildMatrix(100, 0, 100, 60, 0, 2, 3), (Matrix{2, 0, 0, 3}));
-  EXPECT_EQ(BuildMatrix(0, 0, 5, 5, 0, 1, 1), Matrix{});
-  // A quarter turn counter-clockwise takes what is right to the top.
-  const Matrix quarter = BuildMatrix(0, 0, 10, 10, 90, 2, 3);
-  EXPECT_NEAR(quarter.m00, 0, 1e-12);
-  EXPECT_NEAR(quarter.m01, -2, 1e-12);
-  EXPECT_NEAR(quarter.m10, 3, 1e-12);
-  EXPECT_NEAR(quarter.m11, 0, 1e-12);
-  const Matrix back = BuildMatrix(0, 0, 10, 10, -90, 1, 1);
-  EXPECT_NEAR(back.m01, 1, 1e-12);
-}
-
-TEST(Matrix, BoxesStandAroundTheAnchor) {
-  const Matrix half = BuildMatrix(0, 0, 10, 10, 180, 1, 1);
-  const PlacedBox box = AnchoredBox(100, 200, 11, 21, half, 5, 10);
-  EXPECT_NEAR(box.x, 100, 1);
-  EXPECT_NEAR(box.y, 200, 1);
-  EXPECT_NEAR(box.width, 11, 1);
-  const PlacedBox twice = AnchoredBox(100, 200, 11, 21, {2, 0, 0, 3}, 5, 10);
-  EXPECT_EQ(twice.x, 95);
-  EXPECT_EQ(twice.y, 180);
-  EXPECT_EQ(twice.width, 21);
-  EXPECT_EQ(twice.height, 61);
-  EXPECT_EQ(TransformVertex({7, 3}, {1.5, 0, 0, -1}, 4, 4), (Vertex{8, 5}));
-  const TransformedBox huge = TransformedSize({1e300, 0, 0, 1}, 65536, 65536);
-  EXPECT_EQ(huge.width, 2147483647);
-}
-
 }  // namespace
 }  // namespace quillmere
