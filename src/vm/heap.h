@@ -4,9 +4,12 @@
 // is popping a list or moving a mark, and what a sweep frees lies in the order of addresses again.
 #pragma once
 
+#include <malloc.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <new>
 #include <vector>
@@ -22,6 +25,10 @@ class VmHeap {
   VmHeap(const VmHeap&) = delete;
   VmHeap& operator=(const VmHeap&) = delete;
   ~VmHeap();
+
+  /// From now on requests fail, as they do when memory is out, that would take what the heap holds
+  /// of the system's memory beyond this many bytes.
+  void SetLimit(std::size_t bytes) { limit_ = bytes; }
 
   /// A cell for an object of at most `largestCell` bytes; null when memory is out.
   [[nodiscard]] void* AllocateCell(std::size_t size) {
@@ -42,7 +49,7 @@ class VmHeap {
 
   /// A block; null when memory is out.
   [[nodiscard]] void* Allocate(std::size_t size) {
-    if (vmSystemAllocator || size > largestBlock) return std::malloc(size);
+    if (vmSystemAllocator || size > largestBlock) return AllocateFromSystem(size);
     Block*& free = blocks_[(size + 7) >> 3];
     if (free != nullptr) {
       Block* block = free;
@@ -54,7 +61,10 @@ class VmHeap {
 
   void Free(void* block, std::size_t size) {
     if (block == nullptr) return;
-    if (vmSystemAllocator || size > largestBlock) return std::free(block);
+    if (vmSystemAllocator || size > largestBlock) {
+      taken_ -= size;
+      return std::free(block);
+    }
     Block*& free = blocks_[(size + 7) >> 3];
     free = ::new (block) Block{free};
   }
@@ -85,6 +95,14 @@ class VmHeap {
   static constexpr std::size_t largestBlock = 512;
   static constexpr std::size_t chunkSize = 64 * 1024;
 
+  /// Notes that so many bytes more are wanted of the system; false when that is too much.
+  [[nodiscard]] bool Charge(std::size_t size) {
+    if (taken_ > limit_ || size > limit_ - taken_) return false;
+    taken_ += size;
+    return true;
+  }
+
+  void* AllocateFromSystem(std::size_t size);
   void* AllocateSystemCell(std::size_t size);
   void* AllocateFreshCell(CellClass& cells, std::size_t size);
   void* AllocateFreshBlock(std::size_t size);
@@ -97,6 +115,9 @@ class VmHeap {
   std::vector<std::unique_ptr<std::byte[]>> chunks_;
   std::byte* chunk_ = nullptr;
   std::size_t chunkLeft_ = 0;
+  /// Bytes that are held of the system's memory, and how many there may be.
+  std::size_t taken_ = 0;
+  std::size_t limit_ = std::numeric_limits<std::size_t>::max();
   /// Every object, when the system's allocator is in use.
   std::vector<VmObject*> systemCells_;
 };
@@ -121,6 +142,7 @@ void VmHeap::SweepClass(CellClass& cells, std::size_t size, Keep& keep) {
     if (isEmpty) {
       tail = pageTail;
       page.reset();
+      taken_ -= sizeof(Page);
     } else {
       cells.pages[keptPages++].swap(page);
     }
@@ -134,6 +156,7 @@ void VmHeap::Sweep(Keep&& keep) {
   if constexpr (vmSystemAllocator) {
     std::erase_if(systemCells_, [&](VmObject* object) {
       if (keep(*object)) return false;
+      taken_ -= malloc_usable_size(object);
       std::free(object);
       return true;
     });

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "vm/vm.h"
+#include "unit/vm/machine.h"
 
 namespace quillmere {
 namespace {
@@ -22,6 +22,55 @@ TEST(OutOfMemory, FailsTheCommandAndNotTheProgram) {
     vmSetTop(*state, 0);
   }
   vmClose(state);
+}
+
+/// Tables, texts and closures that all stay alive: t[i] = {"text" .. i, function}.
+ImageFunction Hoarder() {
+  ImageFunction own = MakeFunction(2, {}, {vmEncodeABC(OP_GETUPVAL, 0, 0, 0)});
+  own.upvalueCount = 1;
+  ImageFunction function = MakeFunction(12, {"text", 1.0, 500.0, "f"},
+                                        {
+                                            vmEncodeABC(OP_NEWTABLE, 0, 0, 0),
+                                            vmEncodeABx(OP_LOADK, 1, 1),
+                                            vmEncodeABx(OP_LOADK, 2, 2),
+                                            vmEncodeABx(OP_LOADK, 3, 1),
+                                            vmEncodeABC(OP_NEWTABLE, 4, 0, 2),
+                                            vmEncodeABx(OP_LOADK, 5, 0),
+                                            vmEncodeABC(OP_MOVE, 6, 1, 0),
+                                            vmEncodeABC(OP_CONCAT, 5, 5, 6),
+                                            vmEncodeABx(OP_SETLIST, 4, 0),
+                                            vmEncodeABx(OP_CLOSURE, 5, 0),
+                                            vmEncodeABC(OP_MOVE, 0, 1, 0),
+                                            vmEncodeABC(OP_SETTABLE, 4, vmRkConstant(3), 5),
+                                            vmEncodeABC(OP_SETTABLE, 0, 1, 4),
+                                            vmEncodeABC(OP_CLOSE, 4, 0, 0),
+                                            vmEncodeAsBx(OP_FORLOOP, 1, -11),
+                                            vmEncodeABC(OP_RETURN, 1, 2, 0),
+                                        });
+  function.functions.push_back(own);
+  return function;
+}
+
+TEST(OutOfMemory, EndsAScriptWhereverItHappens) {
+  int finished = 0;
+  for (std::size_t limit = 0; limit < 400'000; limit += 7'000) {
+    Machine machine;
+    VmGlobals& globals = *machine.State().globals;
+    globals.collectAlways = false;
+    machine.Load(Hoarder());
+    globals.heap.SetLimit(limit);
+    const std::string result = machine.Call();
+    if (result == "500") {
+      ++finished;
+    } else {
+      EXPECT_EQ(result, "error 1000") << limit;
+      EXPECT_EQ(vmGetTop(machine.State()), 0);
+    }
+    // With memory again the machine goes on as if nothing had been.
+    globals.heap.SetLimit(std::size_t{1} << 30);
+    EXPECT_EQ(machine.Run(Hoarder()), "500");
+  }
+  EXPECT_GT(finished, 0);
 }
 
 }  // namespace
