@@ -2,8 +2,10 @@
 #include "vm/state.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include "vm/image.h"
 #include "vm/prepare.h"
@@ -48,7 +50,9 @@ void MakeContents(VmState& state) {
   globals.nextName = NewString(state, "next");
   globals.nextName->marked |= markFixed;
   constexpr std::size_t firstThreshold = 4;
-  globals.gcThreshold = firstThreshold * globals.bytesInUse;
+  const char* collect = std::getenv("QUILLMERE_COLLECT");
+  globals.collectAlways = collect != nullptr && std::string_view(collect) == "always";
+  globals.gcThreshold = globals.collectAlways ? 0 : firstThreshold * globals.bytesInUse;
 }
 
 void FreeState(VmState* state) {

@@ -74,8 +74,9 @@ struct VmGlobals {
   VmUserdata* toFinalize = nullptr;
   std::size_t gcThreshold = 0;
   std::size_t bytesInUse = 0;
-  /// Collect wherever a collection may happen.
-  bool collectAlways = vmCollectAlways;
+  /// Collect wherever a collection may happen, so that a value that nothing holds is gone at once:
+  /// for finding faults. The variable `QUILLMERE_COLLECT=always` switches it on for every machine.
+  bool collectAlways = false;
   bool collecting = false;
   std::vector<VmObject*> gray;
 
