@@ -48,9 +48,8 @@ CommandResult StrStr(VmState& state) {
   vmCheckArgs(state, 1, 2);
   const double number = vmArgNumber(state, 1);
   const std::int32_t decimals = vmArgOptInt(state, 2, 2);
-  std::array<char, numberTextSize> text;
-  std::snprintf(text.data(), text.size(), "%.14g", number);
-  return PushText(state, CutDecimals(text.data(), decimals));
+  vmPushNumber(state, number);
+  return PushText(state, CutDecimals(vmToBytes(state, -1), decimals));
 }
 
 CommandResult UnrightStr(VmState& state) {
@@ -158,6 +157,8 @@ CommandResult StrLen(VmState& state) {
 
 CommandResult ReplaceStr(VmState& state) {
   vmCheckArgs(state, 3, 5);
+  static_cast<void>(vmArgString(state, 1));
+  static_cast<void>(vmArgString(state, 2));
   const std::string_view replacement = vmArgString(state, 3);
   const Search search = TRY(ReadSearch(state, 4));
   return PushText(state, TRY(ReplaceText(search.text, search.sought, replacement,

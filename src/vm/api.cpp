@@ -319,6 +319,7 @@ bool vmNext(VmState& state, int index) {
 
 void vmConcat(VmState& state, int count) {
   if (count == 0) return vmPushStringFast(state, {});
+  if (count == 1) ToStringInPlace(state, state.top[-1]);
   Concatenate(state, count, state.top - 1);
   state.top -= count - 1;
   vmCheckGC(state);

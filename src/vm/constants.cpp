@@ -3,11 +3,10 @@
 #include <algorithm>
 
 #include "base/fold.h"
+#include "vm/limits.h"
 
 namespace quillmere {
 namespace {
-
-constexpr std::size_t longestConstantName = 64;
 
 bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -53,9 +52,9 @@ Result<VmConstantText> ParseConstantName(VmState& state, std::string_view text) 
   if (text.empty() || !StartsName(text.front())) return Fail(Error::SyntaxError);
   const auto* end = std::ranges::find_if_not(text, ContinuesName);
   const std::string_view name(text.begin(), end);
-  std::optional<VmConstant> constant = vmFindConstant(state, name.substr(0, longestConstantName));
+  std::optional<VmConstant> constant = vmFindConstant(state, name.substr(0, vmMaxConstantName));
   if (!constant) return Fail(Error::ConstantNotFound);
-  return VmConstantText{std::move(*constant), std::min(name.size(), longestConstantName) + 1};
+  return VmConstantText{std::move(*constant), std::min(name.size(), vmMaxConstantName) + 1};
 }
 
 }  // namespace quillmere

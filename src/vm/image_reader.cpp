@@ -69,7 +69,8 @@ Status Reader::ReadHeader() {
   const auto signature = TRY(Take(imageSignature.size()));
   if (std::memcmp(signature.data(), imageSignature.data(), imageSignature.size()) != 0)
     return Fail(Error::BadBytecodeSignature);
-  isBig_ = TRY(ReadUnsigned<std::uint8_t>()) == 0;
+  constexpr std::uint8_t littleEndian = 1;
+  isBig_ = TRY(ReadUnsigned<std::uint8_t>()) != littleEndian;
   if (!std::ranges::equal(TRY(Take(sizeof sizeBytes)), sizeBytes)) return Fail(Error::TypeMismatch);
   const double number = TRY(ReadDouble());
   if (!(number >= testNumber && number < testNumber + 1))

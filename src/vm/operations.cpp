@@ -403,7 +403,6 @@ void Concatenate(VmState& state, int count, VmValue* last) {
     last -= joined - 1;
     count -= joined - 1;
   }
-  if (IsText(*last)) ToStringInPlace(state, *last);
 }
 
 }  // namespace quillmere

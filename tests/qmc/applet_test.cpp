@@ -260,6 +260,11 @@ TEST_F(AppletTest, ReportsFaultsOfIncludedFilesThere) {
 
 TEST_F(AppletTest, RefusesFaultyDeclarations) {
   EXPECT_EQ(Faults("@NOSUCH 1\nx()"), "1221");
+  // The name is what is wrong, whatever stands behind it and around it.
+  EXPECT_EQ(Faults("@NOSUCH 1 2\nx()"), "1221");
+  EXPECT_EQ(Faults("@NOSUCH =\n@NORTHIS\nx()"), "1221 1221");
+  EXPECT_EQ(Faults("If x Then\n  @NOSUCH\nEndIf\nx()"), "1221");
+  EXPECT_EQ(Faults("If x Then\n  @TITLE \"a\"\nEndIf\nx()"), "1018");
   EXPECT_EQ(Faults("@BRUSH 1, \"missing.png\"\nx()"), "1213");
   EXPECT_EQ(Faults("@INCLUDE \"missing.qms\"\nx()"), "1213");
   EXPECT_EQ(Faults("@INCLUDE \"main.qms\"\nx()"), "1110");

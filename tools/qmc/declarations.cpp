@@ -38,13 +38,12 @@ void Declarations::Run() {
   for (const Directive& directive : compilation_.script.directives) {
     directive_ = &directive;
     const std::string& name = compilation_.names.Text(directive.name);
-    const auto row = std::ranges::find(rows, name, &Row::name);
-    if (row == std::end(rows)) {
-      Report(directive.position, Error::UnknownPreprocessorCommand, FoldUpper(name));
-    } else {
-      (this->*row->handler)();
-    }
+    (this->*std::ranges::find(rows, name, &Row::name)->handler)();
   }
+}
+
+bool Declarations::Knows(std::string_view name) {
+  return std::ranges::find(rows, name, &Row::name) != std::end(rows);
 }
 
 const Expr* Declarations::Argument(std::size_t index) {

@@ -23,6 +23,9 @@ class Declarations {
 
   void Run();
 
+  /// Whether there is a declaration of that name, given in lower case.
+  [[nodiscard]] static bool Knows(std::string_view name);
+
  private:
   using Handler = void (Declarations::*)();
   struct Row {

@@ -1,7 +1,9 @@
 // The parser's part for commands: blocks, loops, jumps, declarations.
 #include <algorithm>
 
+#include "base/fold.h"
 #include "qmc/constants.h"
+#include "qmc/declarations.h"
 #include "qmc/limits.h"
 #include "qmc/parser.h"
 
@@ -643,6 +645,11 @@ void Parser::DeclareConstant(const Token& token, Expr* value) {
 
 void Parser::ParseDirective() {
   Directive directive{Current().name, Current().position, Current().line, {}};
+  const std::string& name = names_.Text(directive.name);
+  if (!Declarations::Knows(name)) {
+    Fail(directive.position, Error::UnknownPreprocessorCommand, FoldUpper(name));
+    return;
+  }
   if (!InMain() || !open_.empty()) {
     FailHere(Error::SyntaxError);
     return;

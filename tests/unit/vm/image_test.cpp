@@ -107,6 +107,8 @@ TEST(Image, HeaderFaultsHaveTheirCodes) {
   EXPECT_EQ(withByte(1, 'X'), Error::BadBytecodeSignature);
   for (std::size_t at = 5; at <= 12; ++at) EXPECT_EQ(withByte(at, 7), Error::TypeMismatch) << at;
   EXPECT_EQ(withByte(17, 0x33), Error::BadBytecodeNumberFormat);
+  // A byte order that is neither of the two is not this machine's own.
+  EXPECT_EQ(withByte(4, 2), Error::BadBytecodeNumberFormat);
   // The last bytes of the test number are beyond the point.
   EXPECT_EQ(withByte(std::endian::native == std::endian::little ? 13 : 20, 0), Error::None);
 }

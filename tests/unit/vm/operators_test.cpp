@@ -276,6 +276,30 @@ TEST(Operators, UnaryAndJoiningEvents) {
             "\"1__concat:x:t\"");
 }
 
+TEST(Operators, WhatAJoiningEventGivesIsLeftAsItIs) {
+  Machine machine;
+  vmNewTable(machine.State());
+  vmNewTable(machine.State());
+  vmPushString(machine.State(), "__concat");
+  vmPushClosure(
+      machine.State(),
+      [](VmState& state) -> CommandResult {
+        vmPushNumber(state, 7);
+        return 1;
+      },
+      0);
+  vmRawSet(machine.State(), -3);
+  vmSetMetaTable(machine.State(), -2);
+  ImageFunction function =
+      MakeFunction(4, {},
+                   {vmEncodeABC(OP_MOVE, 1, 0, 0), vmEncodeABC(OP_CONCAT, 2, 0, 1),
+                    vmEncodeABC(OP_RETURN, 2, 2, 0)});
+  function.paramCount = 1;
+  machine.Load(function);
+  vmInsert(machine.State(), 1);
+  EXPECT_EQ(machine.Call(1), "7");
+}
+
 CommandResult AnswerFirst(VmState& state) {
   vmPushValue(state, vmUpvalueIndex(1));
   return 1;
