@@ -8,7 +8,6 @@
 namespace quillmere {
 namespace {
 
-constexpr int largestSide = 32767;
 constexpr std::uint32_t black = 0xFF000000;
 
 bool Contains(const Rectangle& area, int x, int y) {
@@ -107,8 +106,8 @@ void MemoryWindow::ResizeByUser(int width, int height) {
 void MemoryWindow::Resize(int width, int height) {
   const PixelView old = {pixels_.data(), pixels_.empty() ? 0 : geometry_.width,
                          pixels_.empty() ? 0 : geometry_.height, geometry_.width};
-  width = std::clamp(width, 1, largestSide);
-  height = std::clamp(height, 1, largestSide);
+  width = std::clamp(width, 1, largestWindowSide);
+  height = std::clamp(height, 1, largestWindowSide);
   if (old.width == width && old.height == height) return;
   std::vector<std::uint32_t> fresh(
       static_cast<std::size_t>(width) * static_cast<std::size_t>(height), black);
@@ -206,8 +205,8 @@ void MemoryScreen::SetSize(int width, int height) {
 }
 
 Result<std::unique_ptr<PlatformWindow>> MemoryScreen::Open(const WindowOptions& options) {
-  if (options.width < 1 || options.height < 1 || options.width > largestSide ||
-      options.height > largestSide || !IsWhole(options.shape)) {
+  if (options.width < 1 || options.height < 1 || options.width > largestWindowSide ||
+      options.height > largestWindowSide || !IsWhole(options.shape)) {
     return Fail(Error::UnableOpenWindow);
   }
   auto window = std::make_unique<MemoryWindow>(*this, options);

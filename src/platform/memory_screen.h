@@ -15,6 +15,9 @@ namespace quillmere {
 
 class MemoryScreen;
 
+/// The longest side of a window's inner area, in pixels.
+inline constexpr int largestWindowSide = 32767;
+
 /// A pointer of a picture that lies in memory.
 class MemoryPointer final : public PlatformPointer {
  public:

@@ -7,9 +7,6 @@
 namespace quillmere {
 namespace {
 
-/// Sizes beyond this would be pictures of more than a gigabyte.
-constexpr int largestScreenSide = 16384;
-
 std::optional<int> ParseSide(std::string_view text) {
   int side = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);

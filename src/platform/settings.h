@@ -7,6 +7,10 @@
 
 namespace quillmere {
 
+/// The longest side of the screen in memory. A larger one would be a picture of more than a
+/// gigabyte.
+inline constexpr int largestScreenSide = 16384;
+
 struct PlatformSettings {
   bool headless = false;
   int screenWidth = 1920;

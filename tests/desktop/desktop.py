@@ -1,6 +1,7 @@
 """A desktop for tests: an X server in memory with a window manager, and programs driven on it."""
 
 import contextlib
+import ctypes
 import os
 import queue
 import re
@@ -23,6 +24,26 @@ def wait_for(condition, what):
             return value
         time.sleep(0.02)
     raise AssertionError(f"waited in vain for {what}")
+
+
+class _Cursor(ctypes.Structure):
+    _fields_ = [("x", ctypes.c_short), ("y", ctypes.c_short), ("width", ctypes.c_ushort),
+                ("height", ctypes.c_ushort), ("hot_x", ctypes.c_ushort), ("hot_y", ctypes.c_ushort),
+                ("serial", ctypes.c_ulong), ("pixels", ctypes.POINTER(ctypes.c_ulong))]
+
+
+def read_pointer(display_name):
+    xlib, xfixes = ctypes.CDLL("libX11.so.6"), ctypes.CDLL("libXfixes.so.3")
+    xlib.XOpenDisplay.restype = ctypes.c_void_p
+    xfixes.XFixesGetCursorImage.restype = ctypes.POINTER(_Cursor)
+    display = ctypes.c_void_p(xlib.XOpenDisplay(display_name.encode()))
+    first, error = ctypes.c_int(), ctypes.c_int()
+    xfixes.XFixesQueryExtension(display, ctypes.byref(first), ctypes.byref(error))
+    cursor = xfixes.XFixesGetCursorImage(display).contents
+    picture = (cursor.width, cursor.height, cursor.hot_x, cursor.hot_y,
+               cursor.pixels[0] & 0xFFFFFFFF)
+    xlib.XCloseDisplay(display)
+    return picture
 
 
 class Desktop:
@@ -94,6 +115,21 @@ class Desktop:
             timeout=PATIENCE).stdout
         colors = [raw[i:i + 3].hex() for i in range(0, len(raw), 3)]
         return [colors[row * width:(row + 1) * width] for row in range(height)]
+
+    def pointer(self):
+        """The picture of the pointer as it is shown now: its size, its hot spot and its first pixel
+        as 0xAARRGGBB."""
+        return read_pointer(self.environment["DISPLAY"])
+
+    def install(self, name, script):
+        """Puts a program for the shell in front of all others of that name."""
+        path = os.path.join(self.home, "bin")
+        os.makedirs(path, exist_ok=True)
+        program = os.path.join(path, name)
+        with open(program, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\n" + script)
+        os.chmod(program, 0o755)
+        self.environment["PATH"] = path + ":" + os.environ["PATH"]
 
     def expect_pixel(self, x, y, color):
         """Waits until a place of the screen has that colour."""

@@ -2,6 +2,7 @@
 """The player in a real window: somebody plays the demo of the kites."""
 
 import os
+import pty
 import re
 import subprocess
 import sys
@@ -57,4 +58,29 @@ def the_close_gadget_ends_the_show(desktop, player, window):
     assert landing(player) == [180, 140, 0, 0]
 
 
-run_tests([keys_and_mouse_steer_and_escape_ends, the_close_gadget_ends_the_show])
+def a_terminal_asks_where_there_is_no_zenity():
+    with Desktop() as desktop:
+        source = os.path.join(desktop.home, "ask.qms")
+        with open(source, "w", encoding="utf-8") as file:
+            file.write('text, ok = StringRequest("Name", "Who is it?", "nobody")\n'
+                       'DebugPrint("text", text)\n'
+                       'DebugPrint("file", FileRequest("Open", "png"))\n')
+        applet = source.replace(".qms", ".qma")
+        subprocess.run([QMC, source, "-o", applet], check=True)
+        desktop.environment["PATH"] = desktop.home
+        master, terminal = pty.openpty()
+        player = desktop.start([PLAYER, applet, "-QUIET", "-DEBUGDEVICE", "@stdout"],
+                               stdin=terminal, stdout=subprocess.PIPE, stderr=terminal)
+        prompt = b""
+        while not prompt.endswith(b"Who is it? [nobody]: "):
+            prompt += os.read(master, 1024)
+        os.write(master, b"Ada\n")
+        assert player.stdout.readline().split() == [b"text", b"Ada"]
+        os.write(master, b"/tmp/x.png\n")
+        assert player.stdout.readline().split() == [b"file", b"/tmp/x.png"]
+        assert player.wait(20) == 0
+        os.close(master)
+        os.close(terminal)
+
+
+run_tests([a_terminal_asks_where_there_is_no_zenity, keys_and_mouse_steer_and_escape_ends, the_close_gadget_ends_the_show])

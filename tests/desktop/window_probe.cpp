@@ -87,6 +87,8 @@ class Probe {
       if (word == "sizeable") options.sizeable = true;
       if (word == "inactive") options.active = false;
       if (word == "noclose") options.noClose = true;
+      if (word == "nohide") options.noHide = true;
+      if (word == "fixed") options.fixed = true;
       if (word == "round") {
         WindowShape shape{options.width, options.height, {}};
         for (int y = 0; y < options.height; ++y) {
@@ -108,7 +110,7 @@ class Probe {
 
   void SetPointer(PlatformWindow& window) {
     const std::vector<std::uint32_t> pixels(16 * 16, 0xFF00FF00);
-    auto pointer = platform_.windows().MakePointer({pixels.data(), 16, 16, 16}, 0, 0);
+    auto pointer = platform_.windows().MakePointer({pixels.data(), 16, 16, 16}, 3, 5);
     if (!pointer) return Say("failed");
     window.SetPointer(pointer->get());
     pointers_.push_back(std::move(*pointer));
@@ -123,6 +125,23 @@ class Probe {
     std::cout << "grabbed " << picture->width << "x" << picture->height << std::hex;
     for (const std::uint32_t pixel : picture->pixels) std::cout << " " << (pixel & 0xFFFFFF);
     std::cout << std::dec << std::endl;
+  }
+
+  /// Starts a request of the kind that the verb names; the words are its buttons, or its text.
+  void Ask(const std::string& verb, std::istringstream& words) {
+    RequesterCall call{.title = "Question", .body = "Is it so?"};
+    if (verb == "ask") {
+      for (std::string button; words >> button;) call.buttons.push_back(button);
+    } else if (verb == "asktext") {
+      call.kind = RequesterCall::Kind::String;
+      words >> call.defaultText;
+    } else {
+      call.kind = RequesterCall::Kind::File;
+      call.pattern = "#?(.png|.jpg)";
+      call.multiSelect = true;
+      words >> call.defaultText;
+    }
+    platform_.requesters().Start(std::move(call));
   }
 
   void Execute(const std::string& command) {
@@ -159,10 +178,16 @@ class Probe {
       (void)platform_.clipboard().WriteText(text);
       return Say("copied");
     }
-    if (verb == "ask") {
-      RequesterCall call{.title = "Question", .body = "Is it so?"};
-      for (std::string button; words >> button;) call.buttons.push_back(button);
-      return platform_.requesters().Start(std::move(call));
+    if (verb == "watch") {
+      (void)platform_.clipboard().Watch([] { Say("clipboard changed"); });
+      return Say("watching");
+    }
+    if (verb.starts_with("ask")) return Ask(verb, words);
+    if (verb == "pixels") {
+      int mode = 0;
+      words >> mode;
+      platform_.windows().ChoosePixelWriting(mode);
+      return Say("done");
     }
     if (verb == "joysticks") return Say(std::to_string(platform_.input().CountJoysticks()));
     ExecuteOnWindow(verb, words);
@@ -204,6 +229,14 @@ class Probe {
       window.SetTitle(title);
     } else if (verb == "pointer") {
       return SetPointer(window);
+    } else if (verb == "showpointer") {
+      bool show = true;
+      words >> show;
+      window.ShowPointer(show);
+    } else if (verb == "dropzone") {
+      bool on = true;
+      words >> on;
+      window.SetDropZone(on);
     } else if (verb == "hide") {
       window.Iconify();
     } else if (verb == "show") {

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """What the windows of the platform do on a desktop: one program, told what to open."""
 
+import os
+import subprocess
 import sys
 
 from desktop import Desktop, Program, run_tests, wait_for
 
-PROBE = sys.argv[1]
+PROBE, DROP_SOURCE = sys.argv[1:3]
 
 
 def with_probe(test):
@@ -237,6 +239,120 @@ def a_requester_runs_while_the_windows_live(desktop, probe):
     desktop.window("Question")
 
 
+@with_probe
+def pointers_have_their_picture_and_hot_spot(desktop, probe):
+    probe.tell("open 1 100 100 100 100", "opened")
+    desktop.xdotool("mousemove", 150, 160)
+    probe.expect("1 mouse")
+    usual = desktop.pointer()
+    probe.tell("pointer 1", "pointer set")
+    wait_for(lambda: desktop.pointer() == (16, 16, 3, 5, 0xFF00FF00), "the pointer's picture")
+    probe.tell("showpointer 1 0", "done")
+    wait_for(lambda: desktop.pointer()[4] == 0, "the pointer to hide")
+    hidden = desktop.pointer()
+    desktop.xdotool("mousemove", 500, 500)
+    wait_for(lambda: desktop.pointer() != hidden, "the pointer outside of the window")
+    desktop.xdotool("mousemove", 150, 160)
+    wait_for(lambda: desktop.pointer() == hidden, "the pointer to hide again")
+    probe.tell("showpointer 1 1", "done")
+    wait_for(lambda: desktop.pointer() == (16, 16, 3, 5, 0xFF00FF00), "the pointer to come back")
+    assert usual != desktop.pointer() != hidden != usual
+
+
+@with_probe
+def files_are_dropped_only_where_they_may(desktop, probe):
+    probe.tell("open 1 100 100 100 100", "opened")
+    window = desktop.window("Probe 1")
+    left, top = numbers(probe.tell("geometry 1", "geometry").split("frame")[1])[:2]
+
+    def drop(*files):
+        place = (100 + left + 20, 100 + top + 30)
+        desktop.xdotool("mousemove", *place)
+        return subprocess.run([DROP_SOURCE, window, *map(str, place), *files],
+                              env=desktop.environment, timeout=20).returncode
+
+    drop("/tmp/one")
+    assert not [line for line in probe.drain() if " drop " in line], "there is no drop zone"
+    probe.tell("dropzone 1 1", "done")
+    assert drop("/tmp/one", "/tmp/two%20words") == 0
+    assert probe.expect("1 drop x=20 y=30 ").endswith(" /tmp/one /tmp/two words")
+
+
+@with_probe
+def programs_share_the_clipboard(desktop, probe):
+    probe.tell("open 1 100 100 100 100", "opened")
+    probe.tell("watch", "watching")
+    other = Program(desktop, [PROBE])
+    other.tell("open 2 300 100 100 100", "opened")
+    other.tell("copy gr\u00fc\u00dfe", "copied")
+    probe.expect("clipboard changed")
+    assert probe.tell("paste", "clipboard").encode("utf-8", "surrogateescape").endswith(
+        b"gr\xc3\xbc\xc3\x9fe")
+    other.tell("quit")
+    assert other.end() == 0
+
+
+@with_probe
+def what_a_window_forbids_the_user_cannot_do(desktop, probe):
+    probe.tell("open 1 100 100 100 100 noclose nohide", "opened")
+    window = desktop.window("Probe 1")
+    desktop.xdotool("windowactivate", "--sync", window)
+    probe.drain()
+    desktop.xdotool("key", "alt+F4")
+    assert not [line for line in probe.drain() if "close" in line]
+    assert desktop.has_window("Probe 1")
+
+
+@with_probe
+def the_screen_is_grabbed_as_far_as_it_goes(desktop, probe):
+    probe.tell("open 1 798 0 2 2 borderless", "opened")
+    probe.tell("fill 1 0 0 2 2 abcdef", "done")
+    desktop.expect_pixel(799, 0, "abcdef")
+    assert probe.tell("grab 799 0 50 1", "grabbed") == "grabbed 1x1 abcdef"
+    assert probe.tell("grab -3 -3 4 4", "grabbed").startswith("grabbed 1x1 ")
+    probe.tell("grab 800 0 5 5", "no picture")
+
+
+@with_probe
+def pixels_arrive_by_either_way_of_writing(desktop, probe):
+    probe.tell("pixels 1", "done")
+    probe.tell("open 1 50 50 60 40 borderless", "opened")
+    probe.tell("fill 1 0 0 60 40 00ff00", "done")
+    probe.tell("fill 1 5 5 1 1 ff0000", "done")
+    desktop.expect_pixel(55, 55, "ff0000")
+    desktop.expect_pixel(109, 89, "00ff00")
+    probe.tell("pixels 0", "done")
+    probe.tell("open 2 150 50 60 40 borderless", "opened")
+    probe.tell("fill 2 0 0 60 40 0000ff", "done")
+    desktop.expect_pixel(209, 89, "0000ff")
+
+
+def requesters_are_shown_by_zenity():
+    with Desktop() as desktop:
+        log = os.path.join(desktop.home, "arguments")
+        desktop.install("zenity", f"""printf '%s\\n' "$@" > {log}.new
+mv {log}.new {log}
+case "$*" in
+  *--entry*) echo 'some text' ;;
+  *--file-selection*) printf '/tmp/a b.png\\n/tmp/c.jpg\\n' ;;
+  *) echo Maybe; exit 1 ;;
+esac
+""")
+        probe = Program(desktop, [PROBE])
+        probe.tell("ask Yes Maybe No")
+        probe.expect("answer given 2")
+        probe.tell("asktext before")
+        probe.expect("answer given 0 some text")
+        probe.tell("askfile /tmp")
+        probe.expect("answer given 0  /tmp/a b.png /tmp/c.jpg")
+        with open(log, encoding="utf-8") as file:
+            words = file.read().splitlines()
+        assert {"--multiple", "--title", "Question", "/tmp/"} <= set(words), words
+        assert "#?(.png|.jpg) | *.png *.PNG *.jpg *.JPG" in words, words
+        probe.tell("quit")
+        assert probe.end() == 0
+
+
 def without_a_screen_the_start_fails_with_its_name():
     with Desktop() as desktop:
         desktop.environment["DISPLAY"] = ":99999"
@@ -260,6 +376,13 @@ TESTS = [
     pulses_titles_pointers_and_the_clipboard,
     an_interrupt_is_the_break,
     a_requester_runs_while_the_windows_live,
+    pointers_have_their_picture_and_hot_spot,
+    files_are_dropped_only_where_they_may,
+    programs_share_the_clipboard,
+    what_a_window_forbids_the_user_cannot_do,
+    the_screen_is_grabbed_as_far_as_it_goes,
+    pixels_arrive_by_either_way_of_writing,
+    requesters_are_shown_by_zenity,
     without_a_screen_the_start_fails_with_its_name,
 ]
-run_tests([test for test in TESTS if not sys.argv[2:] or test.__name__ in sys.argv[2:]])
+run_tests([test for test in TESTS if not sys.argv[3:] or test.__name__ in sys.argv[3:]])

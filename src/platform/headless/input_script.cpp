@@ -8,6 +8,7 @@
 #include "base/names.h"
 #include "platform/keys.h"
 #include "platform/posix/latin1.h"
+#include "platform/settings.h"
 
 namespace quillmere {
 namespace {
@@ -18,7 +19,6 @@ using std::chrono::milliseconds;
 using Fault = std::unexpected<std::string>;
 using Checked = std::expected<void, std::string>;
 
-constexpr int largestNumber = 1'000'000'000;
 constexpr milliseconds pressTime(1);
 
 std::expected<std::vector<std::string>, std::string> SplitWords(std::string_view line) {
@@ -56,7 +56,7 @@ std::optional<int> ParseInt(std::string_view word) {
   int number = 0;
   const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
   if (error != std::errc() || end != word.data() + word.size()) return std::nullopt;
-  if (number < -largestNumber || number > largestNumber) return std::nullopt;
+  if (number < -largestScriptNumber || number > largestScriptNumber) return std::nullopt;
   return number;
 }
 
@@ -192,7 +192,7 @@ std::expected<int, std::string> Parser::Number(std::size_t word, int least, int 
 }
 
 Checked Parser::ReadWindow() {
-  const auto number = Number(0, 1, largestNumber);
+  const auto number = Number(0, 1, largestScriptNumber);
   if (!number) return Fault(number.error());
   window_ = *number;
   return {};
@@ -230,8 +230,8 @@ Checked Parser::ReadText() {
 }
 
 Checked Parser::ReadPoint(UserVerb verb, int least) {
-  const auto x = Number(0, least, largestNumber);
-  const auto y = Number(1, least, largestNumber);
+  const auto x = Number(0, least, largestScriptNumber);
+  const auto y = Number(1, least, largestScriptNumber);
   if (!x) return Fault(x.error());
   if (!y) return Fault(y.error());
   UserAction& action = Add(verb);
@@ -241,17 +241,16 @@ Checked Parser::ReadPoint(UserVerb verb, int least) {
 }
 
 Checked Parser::ReadMove() {
-  return ReadPoint(UserVerb::Move, -largestNumber);
+  return ReadPoint(UserVerb::Move, -largestScriptNumber);
 }
 
 Checked Parser::ReadMoveTo() {
-  return ReadPoint(UserVerb::MoveTo, -largestNumber);
+  return ReadPoint(UserVerb::MoveTo, -largestScriptNumber);
 }
 
 Checked Parser::ReadResize() {
-  constexpr int largestSide = 16384;
   for (std::size_t word : {0U, 1U}) {
-    if (const auto side = Number(word, 1, largestSide); !side) return Fault(side.error());
+    if (const auto side = Number(word, 1, largestScreenSide); !side) return Fault(side.error());
   }
   return ReadPoint(UserVerb::Resize, 1);
 }
@@ -281,7 +280,7 @@ Checked Parser::ReadWheel() {
 }
 
 Checked Parser::ReadDrop() {
-  const Checked read = ReadPoint(UserVerb::Drop, -largestNumber);
+  const Checked read = ReadPoint(UserVerb::Drop, -largestScriptNumber);
   if (read) script_.actions.back().texts.assign(words_.begin() + 2, words_.end());
   return read;
 }
@@ -294,7 +293,7 @@ Checked Parser::ReadClipboard() {
 Checked Parser::ReadJoy() {
   const auto port = Number(0, 0, 3);
   const auto direction = Number(1, 0, 8);
-  const auto buttons = Number(2, 0, largestNumber);
+  const auto buttons = Number(2, 0, largestScriptNumber);
   if (!port) return Fault(port.error());
   if (!direction) return Fault(direction.error());
   if (!buttons) return Fault(buttons.error());
@@ -312,7 +311,7 @@ Checked Parser::ReadReply() {
   if (kind == "cancel" && arguments == 0) {
     answer.cancelled = true;
   } else if (kind == "choice" && arguments == 1) {
-    const auto choice = Number(1, 0, largestNumber);
+    const auto choice = Number(1, 0, largestScriptNumber);
     if (!choice) return Fault(choice.error());
     answer.choice = *choice;
   } else if (kind == "text" && arguments == 1) {

@@ -14,6 +14,9 @@
 
 namespace quillmere {
 
+/// The largest number that a line may hold, and the smallest with its sign.
+inline constexpr int largestScriptNumber = 1'000'000'000;
+
 enum class UserVerb {
   Key,     ///< key, pressed
   Move,    ///< x, y

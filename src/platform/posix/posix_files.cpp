@@ -23,7 +23,6 @@ namespace quillmere {
 namespace {
 
 constexpr const char* commentAttribute = "user.comment";
-constexpr std::size_t longestComment = 4096;
 
 std::string ReadLink(const char* path) {
   char target[4096];

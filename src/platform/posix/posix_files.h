@@ -11,6 +11,9 @@
 
 namespace quillmere {
 
+/// The longest comment of a file, in bytes. A file system may allow less.
+inline constexpr std::size_t longestComment = 4096;
+
 class PosixFiles final : public PlatformFiles {
  public:
   PosixFiles();

@@ -15,8 +15,6 @@
 namespace quillmere {
 namespace {
 
-/// Catalogs hold a few hundred lines of text.
-constexpr std::int64_t largestCatalog = 16 << 20;
 constexpr std::size_t chunkHeaderSize = 8;
 
 std::string_view AsText(std::span<const std::uint8_t> bytes) {
@@ -174,6 +172,10 @@ std::vector<std::string> CatalogDirectoriesOf(std::string_view locale) {
 
 PosixLocale::PosixLocale(PlatformFiles& files) : files_(files) {}
 
+PosixLocale::~PosixLocale() {
+  if (!openLine_.empty()) WriteDebug(openDevice_, "\n");
+}
+
 std::unique_ptr<PlatformCatalog> PosixLocale::OpenCatalog(std::string_view name, int version) {
   const auto open = [&](const std::string& path) {
     return MemoryCatalog::Read(ReadWhole(files_, path), version);
@@ -202,6 +204,7 @@ Status PosixLocale::OpenUrl(std::string_view url) {
 
 void PosixLocale::WriteDebug(std::string_view device, std::string_view text) {
   constexpr std::string_view rexx = "@rexx:";
+  openDevice_ = device;
   if (device == "@stdout") {
     WriteTo(stdout, text);
   } else if (device == "@serial") {

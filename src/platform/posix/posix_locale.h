@@ -11,6 +11,9 @@
 
 namespace quillmere {
 
+/// Catalogs hold a few hundred lines of text; a file of more bytes is none.
+inline constexpr std::int64_t largestCatalog = 16 << 20;
+
 /// A catalog in memory.
 class MemoryCatalog final : public PlatformCatalog {
  public:
@@ -30,6 +33,8 @@ class MemoryCatalog final : public PlatformCatalog {
 class PosixLocale final : public PlatformLocale {
  public:
   explicit PosixLocale(PlatformFiles& files);
+  /// Ends a debug line that is still open.
+  ~PosixLocale() override;
 
   std::unique_ptr<PlatformCatalog> OpenCatalog(std::string_view name, int version) override;
   bool IsPrint(int character) override;
@@ -47,6 +52,8 @@ class PosixLocale final : public PlatformLocale {
   RexxSender rexxSender_;
   /// The beginning of a line for "@rexx:" or "@serial" whose end has not come.
   std::string openLine_;
+  /// Where it goes.
+  std::string openDevice_;
 };
 
 /// The names by which the directories of a user's catalogs are called, the best first, from the

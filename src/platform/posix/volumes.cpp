@@ -13,22 +13,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// More directories than any system has fonts in; a bound for links that run in circles.
-constexpr std::size_t mostFontDirs = 4096;
-
 std::string Join(const std::string& directory, std::string_view rest) {
   while (rest.starts_with('/')) rest.remove_prefix(1);
   if (rest.empty()) return directory;
   return directory + (directory.ends_with('/') ? "" : "/") + std::string(rest);
 }
 
-void AddWithSubdirectories(const std::string& root, std::vector<std::string>& dirs) {
+void AddWithSubdirectories(const std::string& root, std::size_t limit,
+                           std::vector<std::string>& dirs) {
   std::error_code failure;
   if (!fs::is_directory(root, failure)) return;
   std::vector<std::string> found = {root};
   const auto options = fs::directory_options::skip_permission_denied;
   for (fs::recursive_directory_iterator entry(root, options, failure), end;
-       !failure && entry != end && found.size() < mostFontDirs; entry.increment(failure)) {
+       !failure && entry != end && found.size() < limit; entry.increment(failure)) {
     if (entry->is_directory(failure)) found.push_back(entry->path().string());
   }
   std::ranges::sort(found);
@@ -37,8 +35,10 @@ void AddWithSubdirectories(const std::string& root, std::vector<std::string>& di
 
 }  // namespace
 
-Volumes::Volumes(std::string tempDir, std::string programDir)
-    : tempDir_(std::move(tempDir)), programDir_(std::move(programDir)) {}
+Volumes::Volumes(std::string tempDir, std::string programDir, std::size_t fontDirLimit)
+    : tempDir_(std::move(tempDir)),
+      programDir_(std::move(programDir)),
+      fontDirLimit_(fontDirLimit) {}
 
 std::optional<std::string> Volumes::Map(std::string_view path) {
   if (path.find('\0') != std::string_view::npos) return std::nullopt;
@@ -59,13 +59,16 @@ std::optional<std::string> Volumes::Map(std::string_view path) {
 const std::vector<std::string>& Volumes::FontDirs() {
   if (fontDirs_) return *fontDirs_;
   std::vector<std::string>& dirs = fontDirs_.emplace();
-  AddWithSubdirectories(Join(programDir_, "Fonts"), dirs);
+  const auto add = [&](const std::string& root) {
+    AddWithSubdirectories(root, fontDirLimit_, dirs);
+  };
+  add(Join(programDir_, "Fonts"));
   if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
-    AddWithSubdirectories(Join(home, ".local/share/fonts"), dirs);
-    AddWithSubdirectories(Join(home, ".fonts"), dirs);
+    add(Join(home, ".local/share/fonts"));
+    add(Join(home, ".fonts"));
   }
-  AddWithSubdirectories("/usr/local/share/fonts", dirs);
-  AddWithSubdirectories("/usr/share/fonts", dirs);
+  add("/usr/local/share/fonts");
+  add("/usr/share/fonts");
   if (dirs.empty()) dirs.push_back("/usr/share/fonts");
   return dirs;
 }

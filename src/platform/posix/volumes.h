@@ -8,11 +8,15 @@
 
 namespace quillmere {
 
+/// More directories than any system has fonts in; a bound for trees without an end.
+inline constexpr std::size_t mostFontDirs = 4096;
+
 /// Maps `T:`, `PROGDIR:` and `FONTS:` to directories, whatever their case. A name counts as a
 /// volume when its first ":" stands before any "/".
 class Volumes {
  public:
-  Volumes(std::string tempDir, std::string programDir);
+  /// Of each tree of font directories no more than `fontDirLimit` are looked at.
+  Volumes(std::string tempDir, std::string programDir, std::size_t fontDirLimit = mostFontDirs);
 
   /// The path of the system. Of several font directories the first that holds the name is taken,
   /// else the first of all. Nothing for a volume that does not exist and for paths that hold a
@@ -24,6 +28,7 @@ class Volumes {
 
   std::string tempDir_;
   std::string programDir_;
+  std::size_t fontDirLimit_;
   std::optional<std::vector<std::string>> fontDirs_;
 };
 

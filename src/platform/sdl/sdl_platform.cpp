@@ -52,6 +52,7 @@ class SdlPlatform final : public PlatformBase {
   explicit SdlPlatform(Host& host)
       : PlatformBase(host),
         joysticks_(host.errors),
+        clipboard_(signals_),
         windows_(host.errors, signals_, clipboard_),
         time_(signals_, windows_) {}
 

@@ -96,12 +96,23 @@ Status SdlClipboard::WriteImage(const PixelView& image) {
 Status SdlClipboard::Watch(std::function<void()> changed) {
   watcher_ = std::move(changed);
   hasChanged_ = false;
+  if (!watcher_) {
+    x11Watch_.reset();
+  } else if (!x11Watch_) {
+    x11Watch_ = X11ClipboardWatch::Create([this] {
+      hasChanged_ = true;
+      signals_.Raise(Wake::Event);
+    });
+  }
   return {};
 }
 
+void SdlClipboard::NoteChange() {
+  if (!x11Watch_) hasChanged_ = true;
+}
+
 void SdlClipboard::TellChanges() {
-  if (!std::exchange(hasChanged_, false)) return;
-  if (watcher_) watcher_();
+  if (hasChanged_.exchange(false) && watcher_) watcher_();
 }
 
 }  // namespace quillmere

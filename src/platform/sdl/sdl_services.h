@@ -4,6 +4,7 @@
 #include <SDL.h>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,6 +12,8 @@
 
 #include "platform/clipboard.h"
 #include "platform/devices.h"
+#include "platform/posix/signal_box.h"
+#include "platform/sdl/x11_clipboard_watch.h"
 
 namespace quillmere {
 
@@ -40,12 +43,14 @@ class SdlJoysticks final : public PlatformInput {
 /// program puts something on the clipboard.
 class SdlClipboard final : public PlatformClipboard {
  public:
+  explicit SdlClipboard(SignalBox& signals) : signals_(signals) {}
+
   Result<ClipboardContent> Read() override;
   Status WriteText(std::string_view text) override;
   Status WriteImage(const PixelView& image) override;
   Status Watch(std::function<void()> changed) override;
-  /// Another program, or this one, has changed the clipboard.
-  void NoteChange() { hasChanged_ = true; }
+  /// SDL has noticed a change of the clipboard.
+  void NoteChange();
   void TellChanges();
 
  private:
@@ -53,7 +58,10 @@ class SdlClipboard final : public PlatformClipboard {
   std::optional<PixelImage> image_;
   std::string textBesideImage_;
   std::function<void()> watcher_;
-  bool hasChanged_ = false;
+  SignalBox& signals_;
+  std::atomic<bool> hasChanged_ = false;
+  /// Notices what SDL does not; null while nobody watches.
+  std::unique_ptr<X11ClipboardWatch> x11Watch_;
 };
 
 }  // namespace quillmere

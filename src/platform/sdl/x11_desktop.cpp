@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "platform/sdl/sdl_library.h"
+#include "platform/sdl/x11_connection.h"
 
 namespace quillmere {
 namespace {
@@ -21,18 +22,6 @@ using namespace std::chrono_literals;
 
 /// A window manager that has not answered by then does not know the question.
 constexpr auto longestAnswer = 200ms;
-
-struct CloseDisplay {
-  void operator()(Display* display) const { XCloseDisplay(display); }
-};
-using Connection = std::unique_ptr<Display, CloseDisplay>;
-
-/// A connection of its own, so that nothing that SDL waits for is lost.
-Connection Connect() {
-  const char* driver = SDL_GetCurrentVideoDriver();
-  if (driver == nullptr || std::string_view(driver) != "x11" || !XlibIsThere()) return nullptr;
-  return Connection(XOpenDisplay(nullptr));
-}
 
 struct FreeData {
   void operator()(unsigned char* data) const { XFree(data); }
@@ -90,8 +79,18 @@ std::optional<SDL_SysWMinfo> SystemWindow(SDL_Window* window) {
 
 }  // namespace
 
+void CloseX11Display::operator()(_XDisplay* display) const {
+  XCloseDisplay(display);
+}
+
+X11Connection ConnectToX11() {
+  const char* driver = SDL_GetCurrentVideoDriver();
+  if (driver == nullptr || std::string_view(driver) != "x11" || !XlibIsThere()) return nullptr;
+  return X11Connection(XOpenDisplay(nullptr));
+}
+
 std::optional<X11FrameExtents> AskX11FrameExtents() {
-  const Connection connection = Connect();
+  const X11Connection connection = ConnectToX11();
   Display* display = connection.get();
   if (display == nullptr) return std::nullopt;
   const Atom request = XInternAtom(display, "_NET_REQUEST_FRAME_EXTENTS", False);
@@ -110,7 +109,7 @@ std::optional<X11FrameExtents> AskX11FrameExtents() {
 }
 
 std::optional<PixelImage> GrabX11Screen(int x, int y, int width, int height) {
-  const Connection connection = Connect();
+  const X11Connection connection = ConnectToX11();
   Display* display = connection.get();
   if (display == nullptr) return std::nullopt;
   const Window root = DefaultRootWindow(display);

@@ -92,6 +92,12 @@ TEST_F(AppletLoader, UnpacksUpToALimit) {
   EXPECT_EQ(Load(path, 0, size - 1), Error::CannotWriteAll);
 }
 
+TEST_F(AppletLoader, UnpacksAnAppletWithTheLongestNameOfTheSystem) {
+  const std::string name = std::string(251, 'n') + ".qma";
+  EXPECT_EQ(Load(directory.Put(name, Compressed(SmallApplet()))), Error::None);
+  EXPECT_EQ(temp.Count(), 1u);
+}
+
 TEST_F(AppletLoader, UnpacksOnlyOnce) {
   EXPECT_EQ(Load(directory.Put("c.qma", Compressed(Compressed(SmallApplet())))), Error::NoApplet);
   EXPECT_EQ(host.errors.argument, "c.qma");

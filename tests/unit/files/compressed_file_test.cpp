@@ -81,7 +81,7 @@ TEST_F(CompressedFiles, AreNeverWrittenOverTheirSource) {
 
 std::vector<std::uint8_t> Gzip(std::string_view text, bool withName) {
   z_stream stream{};
-  deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+  deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
   gz_header header{};
   std::uint8_t name[] = "name";
   std::uint8_t comment[] = "comment";
@@ -114,6 +114,15 @@ TEST(GzipBlocks, UnpackWithEveryHeader) {
       EXPECT_FALSE(UnpackGzip(std::span(block).first(size))) << size;
     }
   }
+}
+
+TEST(GzipBlocks, MayShrinkAsFarAsDeflateCan) {
+  const std::string zeros(8 << 20, '\0');
+  const auto block = Gzip(zeros, false);
+  EXPECT_LT(block.size(), zeros.size() / 1000);
+  const auto out = UnpackGzip(block);
+  ASSERT_TRUE(out);
+  EXPECT_EQ(out->size(), zeros.size());
 }
 
 TEST(GzipBlocks, AreNotTrustedWithTheirSize) {

@@ -123,6 +123,20 @@ TEST(DebugTargets, RexxGetsWholeLines) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "out");
 }
 
+TEST(DebugTargets, AnOpenLineIsNotLostAtTheEnd) {
+  std::string sent;
+  {
+    PosixFiles files;
+    PosixLocale locale(files);
+    locale.SetRexxSender([&sent](std::string_view, std::string_view line) {
+      sent += line;
+      return true;
+    });
+    locale.WriteDebug("@rexx:PORT", "the last word");
+  }
+  EXPECT_EQ(sent, "the last word");
+}
+
 TEST(DesktopRequests, PatternsBecomeGlobs) {
   EXPECT_TRUE(GlobsOfPattern("").empty());
   EXPECT_TRUE(GlobsOfPattern("#?").empty());
