@@ -216,7 +216,7 @@ Status ReadPens(ByteCursor& file, const IlbmHeader& header, PictureObject& objec
 
 /// Reads a picture of eight planes for each of red, green and blue, and alpha when there are 32.
 Status ReadDeepPixels(ByteCursor& file, const IlbmHeader& header, PictureObject& object) {
-  object.pixels = TRY(MakeArray<std::uint32_t>(header.width, header.height));
+  object.pixels = TRY(AllocBitmap(header.width, header.height));
   RowReader rows = TRY(RowReader::Make(file, header));
   const std::size_t rowBytes = header.RowBytes();
   const int channels = header.planes / 8;
@@ -225,7 +225,8 @@ Status ReadDeepPixels(ByteCursor& file, const IlbmHeader& header, PictureObject&
   for (int y = 0; y < header.height; ++y) {
     const std::uint8_t* planes = rows.Next();
     if (planes == nullptr) return Fail(Error::UnknownImageFormat);
-    std::uint32_t* out = object.pixels.data() + static_cast<std::size_t>(y) * header.width;
+    std::uint32_t* out = object.pixels->Row(y);
+    std::fill_n(out, header.width, 0u);
     for (int channel = 0; channel < channels; ++channel) {
       MergePlanes(planes + channel * 8 * rowBytes, rowBytes, 8, levels.data());
       for (int x = 0; x < header.width; ++x) {
@@ -274,15 +275,14 @@ void HoldAndModifyRow(const std::uint8_t* pens, const Palette& palette, int hamB
   }
 }
 
-void PensToPixels(const PictureObject& object, std::span<std::uint32_t> pixels) {
+void PensToPixels(const PictureObject& object, qmBitmap& pixels) {
   if (object.hamBits == 0) {
-    PlanarToPixels(object.pens, object.palette, object.width, object.height, 0, pixels);
+    PlanarToPixels(object.pens, object.palette, 0, pixels);
     return;
   }
   for (int y = 0; y < object.height; ++y) {
     HoldAndModifyRow(object.pens.data() + y * PenStride(object.width), object.palette,
-                     object.hamBits, object.width,
-                     pixels.data() + static_cast<std::size_t>(y) * object.width);
+                     object.hamBits, object.width, pixels.Row(y));
   }
 }
 
@@ -299,14 +299,15 @@ Result<PixelImage> ReadIlbmBytes(FileBytes bytes) {
     if (!palette) return Fail(Error::UnknownImageFormat);
     object.palette = *palette;
     if (header.IsHam()) object.hamBits = header.planes > 6 ? 8 : 6;
-    object.pixels = TRY(MakeArray<std::uint32_t>(header.width, header.height));
-    PensToPixels(object, object.pixels);
+    object.pixels = TRY(AllocBitmap(header.width, header.height));
+    PensToPixels(object, *object.pixels);
   } else if (header.planes == 24) {
     TRY(ReadDeepPixels(file, header, object));
   } else {
-    object.pixels = TRY(MakeArray<std::uint32_t>(header.width, header.height));
+    return PixelImage{header.width, header.height,
+                      TRY(MakeArray<std::uint32_t>(header.width, header.height))};
   }
-  return PixelImage{header.width, header.height, std::move(object.pixels)};
+  return PixelImage{header.width, header.height, TRY(PackWords(*object.pixels))};
 }
 
 }  // namespace

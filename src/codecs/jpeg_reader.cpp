@@ -102,14 +102,19 @@ void InksToWords(const std::uint8_t* inks, std::uint32_t* words, int width, bool
   }
 }
 
+/// libjpeg fills the fourth byte of a pixel with what it likes. Done row by row while the words are
+/// still near, in steps as wide as the processor has them.
+[[gnu::optimize("O3")]] void ClearTopBytes(std::uint32_t* words, int width) {
+  for (int x = 0; x < width; ++x) words[x] &= 0xFFFFFF;
+}
+
 bool ReadRows(JpegReader& reader) {
   jpeg_decompress_struct& codec = reader.codec;
   if (setjmp(reader.onError)) return false;
   jpeg_start_decompress(&codec);
   const int width = reader.object.width;
   while (codec.output_scanline < codec.output_height) {
-    std::uint32_t* words =
-        reader.object.pixels.data() + static_cast<std::size_t>(codec.output_scanline) * width;
+    std::uint32_t* words = reader.object.pixels->Row(static_cast<int>(codec.output_scanline));
     if (codec.out_color_space == JCS_CMYK) {
       JSAMPROW row = reader.inkRow.data();
       if (jpeg_read_scanlines(&codec, &row, 1) != 1) return false;
@@ -117,7 +122,7 @@ bool ReadRows(JpegReader& reader) {
     } else {
       auto* row = reinterpret_cast<JSAMPROW>(words);
       if (jpeg_read_scanlines(&codec, &row, 1) != 1) return false;
-      for (int x = 0; x < width; ++x) words[x] &= 0xFFFFFF;
+      ClearTopBytes(words, width);
     }
   }
   return true;
@@ -136,7 +141,7 @@ Result<PictureObject> DecodeJpeg(FileBytes bytes, DecodeScope scope) {
   if (!FitsFile(reader, bytes.size())) return Fail(Error::UnknownImageFormat);
 
   PictureObject& object = reader.object;
-  object.pixels = TRY(MakeArray<std::uint32_t>(object.width, object.height));
+  object.pixels = TRY(AllocBitmap(object.width, object.height));
   const bool inks = reader.codec.num_components == 4;
   reader.codec.out_color_space = inks ? JCS_CMYK : JCS_EXT_BGRX;
   if (inks) reader.inkRow = TRY(MakeArray<std::uint8_t>(object.width, 4));

@@ -86,12 +86,13 @@ Result<PictureHeader> ExaminePictureObject(std::span<const std::uint8_t> bytes) 
   return PictureHeader{object.width, object.height, object.depth};
 }
 
-void PlanarToPixels(std::span<const std::uint8_t> pens, const Palette& palette, int width,
-                    int height, int hamBits, std::span<std::uint32_t> pixels) {
+void PlanarToPixels(std::span<const std::uint8_t> pens, const Palette& palette, int hamBits,
+                    qmBitmap& pixels) {
+  const int width = pixels.width;
   const std::size_t stride = PenStride(width);
-  for (int y = 0; y < height; ++y) {
+  for (int y = 0; y < pixels.height; ++y) {
     const std::uint8_t* row = pens.data() + y * stride;
-    std::uint32_t* out = pixels.data() + static_cast<std::size_t>(y) * width;
+    std::uint32_t* out = pixels.Row(y);
     if (hamBits == 6) {
       HoldAndModify6(row, palette, out, width);
     } else if (hamBits == 8) {

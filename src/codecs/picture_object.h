@@ -30,7 +30,7 @@ struct PictureObject {
   Palette palette{};
   /// One byte a pixel in rows of `PenStride(width)`.
   std::vector<std::uint8_t> pens;
-  std::vector<std::uint32_t> pixels;
+  BitmapPtr pixels;
 };
 
 /// What is known of a picture before its pixels are made.
@@ -54,9 +54,9 @@ struct PictureHeader {
 [[nodiscard]] Result<PictureHeader> ExaminePictureObject(std::span<const std::uint8_t> bytes);
 
 /// Turns pens into words 0x00RRGGBB. `hamBits` 0 looks each pen up; 6 and 8 are hold-and-modify.
-/// `pens` holds `height` rows of `PenStride(width)` bytes, `pixels` width * height words.
-void PlanarToPixels(std::span<const std::uint8_t> pens, const Palette& palette, int width,
-                    int height, int hamBits, std::span<std::uint32_t> pixels);
+/// `pens` holds a row of `PenStride(width)` bytes for each row of `pixels`.
+void PlanarToPixels(std::span<const std::uint8_t> pens, const Palette& palette, int hamBits,
+                    qmBitmap& pixels);
 
 /// The grey levels of a picture of 1 to 8 bits, from black to white.
 [[nodiscard]] Palette GrayPalette(int bits);

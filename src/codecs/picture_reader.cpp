@@ -25,13 +25,18 @@ std::unexpected<Error> FailWithName(Host& host, Error error, std::string_view na
 
 /// The picture that the clipboard holds.
 Result<PictureObject> TakeClipboardPicture(Host& host) {
-  ClipboardContent content = TRY(host.Of<Platform>().clipboard().Read());
+  const ClipboardContent content = TRY(host.Of<Platform>().clipboard().Read());
   if (content.kind != ClipboardContent::Kind::Image) return Fail(Error::UnknownImageFormat);
+  const PixelImage& image = content.image;
   PictureObject object;
-  object.width = content.image.width;
-  object.height = content.image.height;
-  object.pixels = std::move(content.image.pixels);
-  const bool hasAlpha = std::ranges::any_of(object.pixels, [](std::uint32_t p) { return p >> 24; });
+  object.width = image.width;
+  object.height = image.height;
+  object.pixels = TRY(AllocBitmap(image.width, image.height));
+  const std::uint32_t* words = image.pixels.data();
+  for (int y = 0; y < image.height; ++y, words += image.width) {
+    std::copy_n(words, image.width, object.pixels->Row(y));
+  }
+  const bool hasAlpha = std::ranges::any_of(image.pixels, [](std::uint32_t p) { return p >> 24; });
   object.depth = hasAlpha ? 32 : 24;
   return object;
 }
@@ -72,16 +77,18 @@ std::int32_t ApplyTransparencyRule(PictureObject& object, const PictureOptions& 
 }
 
 /// Moves alpha from the top of each word to its bottom; a picture without alpha is opaque.
-void TurnToRgba(std::span<std::uint32_t> pixels, bool hasAlpha) {
+void TurnToRgba(qmBitmap& pixels, bool hasAlpha) {
   const std::uint32_t opaque = hasAlpha ? 0 : 0xFF;
-  for (std::uint32_t& pixel : pixels) pixel = std::rotl(pixel, 8) | opaque;
+  for (int y = 0; y < pixels.height; ++y) {
+    for (std::uint32_t& pixel : RowOf(pixels, y)) pixel = std::rotl(pixel, 8) | opaque;
+  }
 }
 
 /// Makes the pixels of the transparent pen transparent and all others opaque.
-void AddAlphaOfPen(const PictureObject& object, std::span<std::uint32_t> pixels) {
+void AddAlphaOfPen(const PictureObject& object, qmBitmap& pixels) {
   for (int y = 0; y < object.height; ++y) {
     const std::uint8_t* pens = object.pens.data() + y * PenStride(object.width);
-    std::uint32_t* out = pixels.data() + static_cast<std::size_t>(y) * object.width;
+    std::uint32_t* out = pixels.Row(y);
     for (int x = 0; x < object.width; ++x) {
       if (pens[x] != *object.transparentPen) out[x] |= 0xFF000000;
     }
@@ -96,12 +103,11 @@ Result<DecodedPicture> Finish(PictureObject object, const PictureOptions& option
   picture.depth = object.depth;
   picture.transparentKey = ApplyTransparencyRule(object, options);
   if (object.depth <= 8) {
-    picture.pixels = TRY(MakeArray<std::uint32_t>(object.width, object.height));
-    PlanarToPixels(object.pens, object.palette, object.width, object.height, object.hamBits,
-                   picture.pixels);
+    picture.pixels = TRY(AllocBitmap(object.width, object.height));
+    PlanarToPixels(object.pens, object.palette, object.hamBits, *picture.pixels);
     picture.palette = object.palette;
     picture.hasAlpha = wantsAlpha && object.penIsAlpha;
-    if (picture.hasAlpha) AddAlphaOfPen(object, picture.pixels);
+    if (picture.hasAlpha) AddAlphaOfPen(object, *picture.pixels);
   } else {
     picture.pixels = std::move(object.pixels);
   }
@@ -109,7 +115,7 @@ Result<DecodedPicture> Finish(PictureObject object, const PictureOptions& option
   if (options.alphaMode == AlphaMode::Required && !picture.hasAlpha) {
     return Fail(Error::NoAlphaChannel);
   }
-  if (options.alphaMode == AlphaMode::RgbaWords) TurnToRgba(picture.pixels, picture.hasAlpha);
+  if (options.alphaMode == AlphaMode::RgbaWords) TurnToRgba(*picture.pixels, picture.hasAlpha);
   return picture;
 }
 
@@ -164,7 +170,9 @@ void ServeClipboardPictures(Host& host) {
     options.alphaMode = AlphaMode::Optional;
     auto picture = Finish(std::move(*object), options);
     if (!picture) return std::nullopt;
-    return PixelImage{picture->width, picture->height, std::move(picture->pixels)};
+    auto words = PackWords(*picture->pixels);
+    if (!words) return std::nullopt;
+    return PixelImage{picture->width, picture->height, std::move(*words)};
   };
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/host.h"
+#include "pixels/planes.h"
 
 namespace quillmere {
 
@@ -46,9 +47,9 @@ struct DecodedPicture {
   int height = 0;
   /// Bits of a pixel in the file: 1 to 8 with a palette, 24, or 32 with an alpha channel.
   int depth = 0;
-  /// width * height words 0xAARRGGBB in row order, or 0xRRGGBBAA on request. The top byte is 0 when
-  /// the picture has no alpha channel.
-  std::vector<std::uint32_t> pixels;
+  /// Words 0xAARRGGBB, or 0xRRGGBBAA on request. The top byte is 0 when the picture has no alpha
+  /// channel. The plane is the caller's own.
+  BitmapPtr pixels;
   /// An alpha channel was asked for and is in `pixels`.
   bool hasAlpha = false;
   /// The colours of a picture with at most 256.

@@ -134,9 +134,9 @@ Status MakeRows(PngReader& reader) {
     object.pens = TRY(MakeArray<std::uint8_t>(static_cast<int>(stride), object.height));
     base = object.pens.data();
   } else {
-    stride = static_cast<std::size_t>(object.width) * sizeof(std::uint32_t);
-    object.pixels = TRY(MakeArray<std::uint32_t>(object.width, object.height));
-    base = reinterpret_cast<std::uint8_t*>(object.pixels.data());
+    object.pixels = TRY(AllocBitmap(object.width, object.height));
+    stride = static_cast<std::size_t>(object.pixels->pixelsPerRow) * sizeof(std::uint32_t);
+    base = reinterpret_cast<std::uint8_t*>(object.pixels->Row(0));
   }
   for (std::size_t y = 0; y < reader.rows.size(); ++y) reader.rows[y] = base + y * stride;
   return {};

@@ -294,17 +294,20 @@ void TakePens(const SDL_Surface& surface, PictureObject& object) {
   }
 }
 
-bool IsOpaque(const PictureObject& object) {
-  return std::ranges::all_of(object.pixels, [](std::uint32_t word) { return word >> 24 == 255; });
+bool IsOpaque(const qmBitmap& pixels) {
+  for (int y = 0; y < pixels.height; ++y) {
+    const auto opaque = [](std::uint32_t word) { return word >> 24 == 255; };
+    if (!std::ranges::all_of(RowOf(pixels, y), opaque)) return false;
+  }
+  return true;
 }
 
 /// Takes the words of a surface in the format 0xAARRGGBB.
-void TakeWords(const SDL_Surface& surface, PictureObject& object) {
-  for (int y = 0; y < object.height; ++y) {
+void TakeWords(const SDL_Surface& surface, qmBitmap& pixels) {
+  for (int y = 0; y < pixels.height; ++y) {
     const auto* row = reinterpret_cast<const std::uint32_t*>(
         static_cast<const std::uint8_t*>(surface.pixels) + y * surface.pitch);
-    std::uint32_t* out = object.pixels.data() + static_cast<std::size_t>(y) * object.width;
-    std::copy_n(row, object.width, out);
+    std::copy_n(row, pixels.width, pixels.Row(y));
   }
 }
 
@@ -327,11 +330,13 @@ Result<PictureObject> ObjectOfSurface(SurfacePtr surface, const SdlFormat& forma
   object.depth = hasKey || surface->format->Amask != 0 ? 32 : 24;
   surface.reset(SDL_ConvertSurfaceFormat(surface.get(), SDL_PIXELFORMAT_ARGB8888, 0));
   if (!surface) return Fail(Error::OutOfMemory);
-  object.pixels = TRY(MakeArray<std::uint32_t>(object.width, object.height));
-  TakeWords(*surface, object);
-  if (object.depth == 32 && format.inventsAlpha && IsOpaque(object)) object.depth = 24;
+  object.pixels = TRY(AllocBitmap(object.width, object.height));
+  TakeWords(*surface, *object.pixels);
+  if (object.depth == 32 && format.inventsAlpha && IsOpaque(*object.pixels)) object.depth = 24;
   if (object.depth == 24) {
-    for (std::uint32_t& word : object.pixels) word &= 0xFFFFFF;
+    for (int y = 0; y < object.height; ++y) {
+      for (std::uint32_t& word : RowOf(*object.pixels, y)) word &= 0xFFFFFF;
+    }
   }
   return object;
 }

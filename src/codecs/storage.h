@@ -1,13 +1,17 @@
 // Storage whose size comes from foreign bytes: running out of memory is a failure like another.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <new>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
 #include "base/checked.h"
 #include "base/error.h"
+#include "pixels/planes.h"
 
 namespace quillmere {
 
@@ -28,6 +32,22 @@ template <class T>
   const auto count = CheckedMul<std::size_t>(static_cast<std::size_t>(width), height);
   if (!count) return Fail(Error::OutOfMemory);
   return MakeArray<T>(*count);
+}
+
+/// The pixels of a row.
+[[nodiscard]] inline std::span<std::uint32_t> RowOf(qmBitmap& bitmap, int y) {
+  return {bitmap.Row(y), static_cast<std::size_t>(bitmap.width)};
+}
+[[nodiscard]] inline std::span<const std::uint32_t> RowOf(const qmBitmap& bitmap, int y) {
+  return {bitmap.Row(y), static_cast<std::size_t>(bitmap.width)};
+}
+
+/// The words of a plane as an array without padding. Error: `OutOfMemory`.
+[[nodiscard]] inline Result<std::vector<std::uint32_t>> PackWords(const qmBitmap& bitmap) {
+  auto words = TRY(MakeArray<std::uint32_t>(bitmap.width, bitmap.height));
+  auto out = words.begin();
+  for (int y = 0; y < bitmap.height; ++y) out = std::ranges::copy(RowOf(bitmap, y), out).out;
+  return words;
 }
 
 }  // namespace quillmere

@@ -202,7 +202,8 @@ std::uint32_t WordOf(std::uint32_t abgr, const TiffPicture& picture) {
 
 Status ReadWords(TIFF* tiff, const TiffPicture& picture, PictureObject& object) {
   object.depth = picture.HasAlpha() ? 32 : 24;
-  object.pixels = TRY(MakeArray<std::uint32_t>(object.width, object.height));
+  object.pixels = TRY(AllocBitmap(object.width, object.height));
+  auto raster = TRY(MakeArray<std::uint32_t>(object.width, object.height));
   // libtiff multiplies colours by a separate alpha and loses bits; told that they are multiplied
   // already, it leaves them alone.
   if (picture.alphaKind == EXTRASAMPLE_UNASSALPHA) {
@@ -210,11 +211,14 @@ Status ReadWords(TIFF* tiff, const TiffPicture& picture, PictureObject& object) 
     TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
   }
   constexpr int stopAtErrors = 1;
-  if (TIFFReadRGBAImageOriented(tiff, picture.width, picture.height, object.pixels.data(),
+  if (TIFFReadRGBAImageOriented(tiff, picture.width, picture.height, raster.data(),
                                 ORIENTATION_TOPLEFT, stopAtErrors) == 0) {
     return Fail(Error::UnknownImageFormat);
   }
-  for (std::uint32_t& word : object.pixels) word = WordOf(word, picture);
+  const std::uint32_t* from = raster.data();
+  for (int y = 0; y < object.height; ++y) {
+    for (std::uint32_t& word : RowOf(*object.pixels, y)) word = WordOf(*from++, picture);
+  }
   return {};
 }
 

@@ -6,6 +6,8 @@
 #include <limits>
 #include <new>
 
+#include "platform/large_pages.h"
+
 namespace quillmere {
 namespace {
 
@@ -29,8 +31,11 @@ Result<std::shared_ptr<Plane>> AllocPlane(int width, int height, int (*strideOf)
   if (bytes > std::numeric_limits<std::int32_t>::max()) return Fail(Error::OutOfMemory);
   const std::size_t padded = (static_cast<std::size_t>(bytes) + spareBytes + planeAlignment - 1) /
                              planeAlignment * planeAlignment;
-  detail::PlaneMemory memory(static_cast<std::byte*>(std::aligned_alloc(planeAlignment, padded)));
+  const bool isLarge = padded >= largeBlockSize;
+  detail::PlaneMemory memory(static_cast<std::byte*>(
+      std::aligned_alloc(isLarge ? largePageSize : planeAlignment, padded)));
   if (!memory) return Fail(Error::OutOfMemory);
+  if (isLarge) PreferLargePages(memory.get(), padded);
   if (clear) std::memset(memory.get(), 0, padded);
   try {
     return std::make_shared<Plane>(std::move(memory), width, height, stride);

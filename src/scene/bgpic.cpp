@@ -32,15 +32,12 @@ Result<qmBGPic*> FindBGPic(SceneState& scene, const ObjectId& id, unsigned flags
 
 Result<std::unique_ptr<qmBGPic>> CloneBGPic(const qmBGPic& bgpic) {
   auto clone = std::make_unique<qmBGPic>();
-  clone->pending = bgpic.pending;
-  if (bgpic.base.bitmap) {
-    clone->base = TRY(CopyPlanes(bgpic.base));
-    clone->scaled =
-        bgpic.scaled.bitmap == bgpic.base.bitmap ? clone->base : TRY(CopyPlanes(bgpic.scaled));
-    clone->shown = bgpic.shown.bitmap == bgpic.base.bitmap     ? clone->base
-                   : bgpic.shown.bitmap == bgpic.scaled.bitmap ? clone->scaled
-                                                               : TRY(CopyPlanes(bgpic.shown));
-  }
+  clone->base = TRY(CopyPlanes(bgpic.base));
+  clone->scaled =
+      bgpic.scaled.bitmap == bgpic.base.bitmap ? clone->base : TRY(CopyPlanes(bgpic.scaled));
+  clone->shown = bgpic.shown.bitmap == bgpic.base.bitmap     ? clone->base
+                 : bgpic.shown.bitmap == bgpic.scaled.bitmap ? clone->scaled
+                                                             : TRY(CopyPlanes(bgpic.shown));
   clone->outputWidth = bgpic.outputWidth;
   clone->outputHeight = bgpic.outputHeight;
   clone->logicalWidth = bgpic.logicalWidth;
@@ -100,8 +97,8 @@ Status MakeBGPicPlanes(SceneState& scene, qmBGPic& bgpic) {
   if (!bgpic.pending) return {};
   TRY(LoadTexture(scene, bgpic.fill));
   const Planes picture = TRY(PlanesOfPending(*bgpic.pending, bgpic.transparentColor));
-  SetAllPlanes(bgpic, TRY(BuildFill(scene.host.debug, picture, bgpic.fill, bgpic.pending->width,
-                                    bgpic.pending->height)));
+  SetAllPlanes(bgpic, TRY(BuildFill(scene.host.debug, picture, bgpic.fill, picture.Width(),
+                                    picture.Height())));
   bgpic.pending.reset();
   return {};
 }

@@ -100,7 +100,7 @@ using qmOutput = qmBGPic;
 /// when they are pending. Errors: `BGPicNotFound`, `ObjectNotFound`, `ObjectLocked`, `OutOfMemory`.
 [[nodiscard]] Result<qmBGPic*> FindBGPic(SceneState& scene, const ObjectId& id, unsigned flags = 0);
 
-/// An independent copy of the picture, without layers, sprites and buttons.
+/// An independent copy of the picture, whose planes are made, without layers, sprites and buttons.
 [[nodiscard]] Result<std::unique_ptr<qmBGPic>> CloneBGPic(const qmBGPic& bgpic);
 
 /// Makes a record all of whose planes are `planes`.

@@ -62,8 +62,8 @@ CommandResult LoadBGPic(VmState& state) {
   if (id.handle == 0) TRY(FreeBGPicObject(scene, id, false));
   LoadedPicture loaded = TRY(LoadPicture(scene, file, MessageId::LoadingBGPic, options));
   auto bgpic = std::make_unique<qmBGPic>();
-  bgpic->logicalWidth = bgpic->outputWidth = bgpic->baseWidth = loaded.picture.width;
-  bgpic->logicalHeight = bgpic->outputHeight = bgpic->baseHeight = loaded.picture.height;
+  bgpic->logicalWidth = bgpic->outputWidth = bgpic->baseWidth = loaded.picture.pixels->width;
+  bgpic->logicalHeight = bgpic->outputHeight = bgpic->baseHeight = loaded.picture.pixels->height;
   bgpic->transparentColor = loaded.transparentColor;
   bgpic->palette = std::move(loaded.palette);
   bgpic->fill = std::move(fill);

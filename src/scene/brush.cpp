@@ -26,8 +26,7 @@ Result<qmBrush*> FindBrushToModify(SceneState& scene, const ObjectId& id) {
 
 Result<std::unique_ptr<qmBrush>> CloneBrush(const qmBrush& brush) {
   auto clone = std::make_unique<qmBrush>();
-  clone->pending = brush.pending;
-  if (brush.planes.bitmap) clone->planes = TRY(CopyPlanes(brush.planes));
+  clone->planes = TRY(CopyPlanes(brush.planes));
   clone->width = brush.width;
   clone->height = brush.height;
   clone->transparentColor = brush.transparentColor;

@@ -22,10 +22,8 @@ inline constexpr std::int32_t noTransparentColor = -1;
 
 /// A picture as a reader delivered it, before its planes are made.
 struct PendingPicture {
-  /// Words 0xAARRGGBB in rows without padding.
-  std::vector<std::uint32_t> pixels;
-  std::int32_t width = 0;
-  std::int32_t height = 0;
+  /// Words 0xAARRGGBB. They become the object's own colour plane.
+  BitmapPtr pixels;
   /// The top bytes become an alpha map.
   bool withAlpha = false;
 };
@@ -59,7 +57,7 @@ struct SceneState;
 /// The first step of the guard alone: `ActiveBrush` when the brush is the selected output.
 [[nodiscard]] Status RequireNotSelectedBrush(const SceneState& scene, const ObjectId& id);
 
-/// An independent copy with planes of its own.
+/// An independent copy with planes of its own; those of the brush are made.
 [[nodiscard]] Result<std::unique_ptr<qmBrush>> CloneBrush(const qmBrush& brush);
 
 /// Makes a brush of planes and enters it; a brush that bears the number already is freed. The

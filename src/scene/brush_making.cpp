@@ -73,8 +73,8 @@ CommandResult LoadBrush(VmState& state) {
   TRY(scene.brushes.MakeRoomFor(id));
   LoadedPicture loaded = TRY(LoadPicture(scene, file, MessageId::LoadingBrush, options));
   auto brush = std::make_unique<qmBrush>();
-  brush->width = loaded.picture.width;
-  brush->height = loaded.picture.height;
+  brush->width = loaded.picture.pixels->width;
+  brush->height = loaded.picture.pixels->height;
   brush->transparentColor = loaded.transparentColor;
   brush->pending = std::move(loaded.picture);
   if (!scene.host.flags.inPreload) TRY(MakeBrushPlanes(*brush));

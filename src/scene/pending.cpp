@@ -6,14 +6,14 @@
 namespace quillmere {
 
 Result<Planes> PlanesOfPending(const PendingPicture& picture, std::int32_t transparentColor) {
-  std::optional<std::uint32_t> key;
-  if (transparentColor != noTransparentColor) {
-    key = static_cast<std::uint32_t>(transparentColor) & 0xFFFFFF;
-  }
-  Planes planes = TRY(ARGBToBitmap(picture.pixels, picture.withAlpha ? std::nullopt : key,
-                                   picture.width, picture.height, picture.width));
+  Planes planes{.bitmap = picture.pixels, .mask = {}, .alpha = {}};
+  qmBitmap& bitmap = *picture.pixels;
   if (picture.withAlpha) {
-    planes.alpha = TRY(ARGBToAlpha(picture.pixels, picture.width, picture.height, picture.width));
+    const std::span<const std::uint32_t> words(
+        bitmap.Row(0), static_cast<std::size_t>(bitmap.pixelsPerRow) * bitmap.height);
+    planes.alpha = TRY(ARGBToAlpha(words, bitmap.width, bitmap.height, bitmap.pixelsPerRow));
+  } else if (transparentColor != noTransparentColor) {
+    planes.mask = TRY(KeyToMask(bitmap, static_cast<std::uint32_t>(transparentColor) & 0xFFFFFF));
   }
   return planes;
 }

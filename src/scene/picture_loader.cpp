@@ -75,8 +75,6 @@ Result<LoadedPicture> ReadFile(SceneState& scene, std::string_view fileName,
   const std::string name = ResolveLinkedFile(scene.host, fileName);
   DecodedPicture decoded = TRY(ReadPicture(scene.host, name, ReaderOptions(options)));
   LoadedPicture loaded;
-  loaded.picture.width = decoded.width;
-  loaded.picture.height = decoded.height;
   loaded.picture.pixels = std::move(decoded.pixels);
   loaded.picture.withAlpha = decoded.hasAlpha;
   loaded.transparentColor = decoded.transparentKey;
@@ -86,26 +84,21 @@ Result<LoadedPicture> ReadFile(SceneState& scene, std::string_view fileName,
   return loaded;
 }
 
-/// Cuts the picture to the part that was asked for.
+/// Cuts the picture to the part that was asked for. What the cache shows too is copied.
 Status CutPart(PendingPicture& picture, const LoadOptions& options) {
-  if (!options.hasPart) return {};
+  const Planes whole{.bitmap = picture.pixels, .mask = {}, .alpha = {}};
+  if (!options.hasPart) {
+    const bool isShared = options.cache || options.cachedLoad;
+    if (isShared) picture.pixels = TRY(CopyPlanes(whole)).bitmap;
+    return {};
+  }
   if (options.x < 0 || options.y < 0) return Fail(Error::NegativeCoordinatesNotAllowedHere);
-  if (options.x >= picture.width || options.y >= picture.height) {
+  if (options.x >= picture.pixels->width || options.y >= picture.pixels->height) {
     return Fail(Error::SpecifiedCoordinatesOutRange);
   }
-  const std::int32_t width = std::min(options.width, picture.width - options.x);
-  const std::int32_t height = std::min(options.height, picture.height - options.y);
-  if (width < 1 || height < 1) return Fail(Error::SizeNotPositive);
-  std::vector<std::uint32_t> part;
-  part.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-  for (std::int32_t y = 0; y < height; ++y) {
-    const auto row = picture.pixels.begin() +
-                     static_cast<std::ptrdiff_t>(options.y + y) * picture.width + options.x;
-    part.insert(part.end(), row, row + width);
-  }
-  picture.pixels = std::move(part);
-  picture.width = width;
-  picture.height = height;
+  if (options.width < 1 || options.height < 1) return Fail(Error::SizeNotPositive);
+  picture.pixels =
+      TRY(CopyPlanes(whole, options.x, options.y, options.width, options.height)).bitmap;
   return {};
 }
 
@@ -115,11 +108,14 @@ void ApplyGlobalAlpha(LoadedPicture& loaded, std::int32_t value) {
   const bool hasKey = loaded.transparentColor != noTransparentColor;
   const auto key = static_cast<std::uint32_t>(loaded.transparentColor) & 0xFFFFFF;
   const auto level = static_cast<std::uint32_t>(value);
-  for (std::uint32_t& pixel : loaded.picture.pixels) {
-    const std::uint32_t color = pixel & 0xFFFFFF;
-    std::uint32_t alpha = hadAlpha ? level * (pixel >> 24) / 255 : level;
-    if (hasKey && color == key) alpha = 0;
-    pixel = alpha << 24 | color;
+  qmBitmap& bitmap = *loaded.picture.pixels;
+  for (int y = 0; y < bitmap.height; ++y) {
+    for (std::uint32_t& pixel : std::span(bitmap.Row(y), static_cast<std::size_t>(bitmap.width))) {
+      const std::uint32_t color = pixel & 0xFFFFFF;
+      std::uint32_t alpha = hadAlpha ? level * (pixel >> 24) / 255 : level;
+      if (hasKey && color == key) alpha = 0;
+      pixel = alpha << 24 | color;
+    }
   }
   loaded.picture.withAlpha = true;
   loaded.transparentColor = noTransparentColor;

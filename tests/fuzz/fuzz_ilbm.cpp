@@ -35,12 +35,10 @@ void ReadAsObject(std::span<const std::uint8_t> data) {
   if (!object) return ExpectReaderError(object.error());
   const auto header = DecodeIlbm(data, DecodeScope::HeaderOnly);
   Require(header && header->width == object->width && header->depth == object->depth);
-  const auto count = static_cast<std::size_t>(object->width) * object->height;
-  if (object->depth > 8) return Require(object->pixels.size() == count);
+  if (object->depth > 8) return Require(object->pixels->height == object->height);
   Require(object->pens.size() == PenStride(object->width) * object->height);
-  std::vector<std::uint32_t> pixels(count);
-  PlanarToPixels(object->pens, object->palette, object->width, object->height, object->hamBits,
-                 pixels);
+  const auto pixels = AllocBitmap(object->width, object->height);
+  if (pixels) PlanarToPixels(object->pens, object->palette, object->hamBits, **pixels);
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ void Read(std::span<const std::uint8_t> data) {
       ReadPictureBytes(host, data, "picture", OptionsOf(data.empty() ? 0 : data.back()));
   if (!picture) return ExpectReaderError(picture.error());
   Require(picture->width > 0 && picture->height > 0);
-  Require(picture->pixels.size() == static_cast<std::size_t>(picture->width) * picture->height);
+  Require(picture->pixels->width == picture->width && picture->pixels->height == picture->height);
   const auto header = ExaminePictureObject(data);
   Require(header && header->width == picture->width && header->height == picture->height);
 }

@@ -176,7 +176,7 @@ TEST_F(Ilbm, DepthsThatAreNoneStayBlackHereAndAreAlphaToTheObjectService) {
   const auto object = MakePictureObject(file);
   ASSERT_TRUE(object);
   EXPECT_EQ(object->depth, 32);
-  EXPECT_EQ(object->pixels[0], 0x80800000u);
+  EXPECT_EQ(object->pixels->At(0, 0), 0x80800000u);
 }
 
 TEST_F(Ilbm, TransparentPenIsKnownToTheObjectService) {

@@ -123,10 +123,9 @@ TEST_F(PictureReader, AlphaModes) {
   const auto rgb = read("rgb.png", AlphaMode::RgbaWords);
   for (int y = 0; y < samples::height; ++y) {
     for (int x = 0; x < samples::width; ++x) {
-      const std::size_t at = static_cast<std::size_t>(y) * samples::width + x;
       const std::uint32_t word = samples::ColorWithAlpha(x, y);
-      ASSERT_EQ(rgba.pixels[at], word << 8 | word >> 24);
-      ASSERT_EQ(rgb.pixels[at], samples::Color(x, y) << 8 | 255);
+      ASSERT_EQ(rgba.pixels->At(x, y), word << 8 | word >> 24);
+      ASSERT_EQ(rgb.pixels->At(x, y), samples::Color(x, y) << 8 | 255);
     }
   }
 }
@@ -137,7 +136,7 @@ TEST_F(PictureReader, TransparentPenOfAPngIsAnAlphaChannel) {
   const auto picture = ReadPicture(host, samples::PathOf("palette_transparent.png"), options);
   ASSERT_TRUE(picture);
   EXPECT_TRUE(picture->hasAlpha);
-  EXPECT_EQ(picture->pixels, samples::Compute([](int x, int y) {
+  EXPECT_EQ(samples::WordsOf(picture->pixels), samples::Compute([](int x, int y) {
               return (samples::Pen(x, y) == 0 ? 0u : 0xFF000000u) | samples::PenColor(x, y);
             }));
   EXPECT_EQ(ReadPicture(host, samples::PathOf("palette.png"), options).error(),
@@ -175,8 +174,8 @@ TEST_F(PictureReader, TransparentPenGetsAColourOfItsOwn) {
   EXPECT_EQ(picture.transparentKey, 0xA8A8A8);
   for (int y = 0; y < samples::height; ++y) {
     for (int x = 0; x < samples::width; ++x) {
-      const std::uint32_t got = picture.pixels[static_cast<std::size_t>(y) * samples::width + x];
-      ASSERT_EQ(got, samples::Pen(x, y) == 0 ? 0xA8A8A8 : samples::PenColor(x, y));
+      ASSERT_EQ(picture.pixels->At(x, y),
+                samples::Pen(x, y) == 0 ? 0xA8A8A8 : samples::PenColor(x, y));
     }
   }
   EXPECT_EQ(ReadPicture(host, samples::PathOf("palette.gif"), options)->transparentKey, -1);
@@ -200,13 +199,14 @@ TEST_F(PictureReader, PicturesComeFromPartsOfFilesAndFromMemory) {
   const std::string path = Put(container);
   const std::string chunk =
       MakeChunkName("a/rgb.png", 100, static_cast<std::int64_t>(png.size()), 0, path);
-  EXPECT_EQ(ReadPicture(host, chunk)->pixels, samples::Compute(samples::Color));
+  EXPECT_EQ(samples::WordsOf(ReadPicture(host, chunk)->pixels), samples::Compute(samples::Color));
   EXPECT_EQ(QueryPicture(host, chunk)->width, samples::width);
 
   const auto shared = std::make_shared<const Bytes>(png);
-  EXPECT_EQ(ReadPicture(host, DefineDecoderMemory(host, shared))->pixels,
+  EXPECT_EQ(samples::WordsOf(ReadPicture(host, DefineDecoderMemory(host, shared))->pixels),
             samples::Compute(samples::Color));
-  EXPECT_EQ(ReadPictureBytes(host, png, "rgb.png")->pixels, samples::Compute(samples::Color));
+  EXPECT_EQ(samples::WordsOf(ReadPictureBytes(host, png, "rgb.png")->pixels),
+            samples::Compute(samples::Color));
 }
 
 TEST_F(PictureReader, PicturesComeFromTheClipboard) {
@@ -215,7 +215,7 @@ TEST_F(PictureReader, PicturesComeFromTheClipboard) {
   const auto picture = ReadPicture(host, ":::clipboard");
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->width, 2);
-  EXPECT_EQ(picture->pixels[0] & 0xFFFFFF, 0x112233u);
+  EXPECT_EQ(picture->pixels->Color(0, 0), 0x112233u);
   EXPECT_EQ(QueryPicture(host, ":::clipboard")->height, 1);
 }
 
@@ -230,7 +230,7 @@ TEST_F(PictureReader, IlbmWrittenToTheClipboardIsDecoded) {
   const auto picture = ReadPicture(host, ":::clipboard");
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->width, samples::width);
-  EXPECT_EQ(picture->pixels[40] & 0xFFFFFF, samples::PenColor(3, 1));
+  EXPECT_EQ(picture->pixels->Color(3, 1), samples::PenColor(3, 1));
 }
 
 }  // namespace

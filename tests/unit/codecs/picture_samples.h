@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "codecs/picture_object.h"
+#include "codecs/storage.h"
 
 namespace quillmere::samples {
 
@@ -58,12 +59,16 @@ inline std::vector<std::uint8_t> BytesOf(const std::string& name) {
   return BytesOfFile(PathOf(name));
 }
 
+inline std::vector<std::uint32_t> WordsOf(const BitmapPtr& pixels) {
+  return PackWords(*pixels).value();
+}
+
 /// The pixels of an object, whatever its depth.
 inline std::vector<std::uint32_t> PixelsOf(const PictureObject& object) {
-  if (object.depth > 8) return object.pixels;
-  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(object.width) * object.height);
-  PlanarToPixels(object.pens, object.palette, object.width, object.height, object.hamBits, pixels);
-  return pixels;
+  if (object.depth > 8) return WordsOf(object.pixels);
+  const BitmapPtr pixels = AllocBitmap(object.width, object.height).value();
+  PlanarToPixels(object.pens, object.palette, object.hamBits, *pixels);
+  return WordsOf(pixels);
 }
 
 /// The words 0x00RRGGBB of a binary PPM with 255 levels.

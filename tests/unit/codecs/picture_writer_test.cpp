@@ -88,7 +88,7 @@ TEST_F(PictureFile, OtherProgramsSeeTheSamePixels) {
 TEST_F(PictureFile, PngKeepsAlpha) {
   const auto pixels = samples::Compute(samples::ColorWithAlpha);
   ASSERT_TRUE(WritePng(host, PathOf("a.png"), ViewOf(pixels), true));
-  EXPECT_EQ(MakePictureObject(samples::BytesOfFile(PathOf("a.png")))->pixels, pixels);
+  EXPECT_EQ(samples::PixelsOf(*MakePictureObject(samples::BytesOfFile(PathOf("a.png")))), pixels);
 }
 
 TEST_F(PictureFile, JpegIsTheOneOfTheReferenceCompressor) {

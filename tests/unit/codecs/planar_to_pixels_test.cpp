@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "codecs/picture_object.h"
+#include "codecs/storage.h"
 
 namespace quillmere {
 namespace {
@@ -9,9 +10,9 @@ std::vector<std::uint32_t> Render(const std::vector<std::uint8_t>& row, const Pa
                                   int hamBits) {
   std::vector<std::uint8_t> pens(PenStride(static_cast<int>(row.size())));
   std::copy(row.begin(), row.end(), pens.begin());
-  std::vector<std::uint32_t> pixels(row.size());
-  PlanarToPixels(pens, palette, static_cast<int>(row.size()), 1, hamBits, pixels);
-  return pixels;
+  const BitmapPtr pixels = AllocBitmap(static_cast<int>(row.size()), 1).value();
+  PlanarToPixels(pens, palette, hamBits, *pixels);
+  return PackWords(*pixels).value();
 }
 
 TEST(PlanarToPixels, HoldAndModifyOfSixBitsWidensDigits) {
@@ -38,9 +39,9 @@ TEST(PlanarToPixels, EachRowStartsAnew) {
   std::vector<std::uint8_t> pens(2 * PenStride(1));
   pens[0] = 0x2F;
   pens[PenStride(1)] = 0x1F;
-  std::vector<std::uint32_t> pixels(2);
-  PlanarToPixels(pens, palette, 1, 2, 6, pixels);
-  EXPECT_EQ(pixels, (std::vector<std::uint32_t>{0xFF4444, 0x4444FF}));
+  const BitmapPtr pixels = AllocBitmap(1, 2).value();
+  PlanarToPixels(pens, palette, 6, *pixels);
+  EXPECT_EQ(PackWords(*pixels).value(), (std::vector<std::uint32_t>{0xFF4444, 0x4444FF}));
 }
 
 }  // namespace
