@@ -88,10 +88,22 @@ TEST_F(Ilbm, FilesOfOtherProgramsAreRead) {
   EXPECT_EQ(ReadIlbm(host, samples::PathOf("palette.iff"))->pixels,
             samples::Compute(samples::PenColor));
   EXPECT_EQ(QueryIlbm(host, samples::PathOf("ham6.iff"))->height, samples::height);
+  EXPECT_EQ(ReadIlbm(host, "/nowhere/a").error(), Error::CannotReadFile);
+}
+
+TEST_F(Ilbm, HoldAndModifyPicturesOfOtherProgramsAreRead) {
   const auto ham8 = MakePictureObject(samples::BytesOf("ham8.iff"));
   ASSERT_TRUE(ham8);
+  EXPECT_EQ(ham8->hamBits, 8);
   EXPECT_EQ(samples::PixelsOf(*ham8), samples::PixelsOfPpm(samples::BytesOf("ham8.iff.ppm")));
-  EXPECT_EQ(ReadIlbm(host, "/nowhere/a").error(), Error::CannotReadFile);
+  // The other program leaves the low digits 0, as `ReadIlbm` does; the object service widens them.
+  auto digits = samples::PixelsOfPpm(samples::BytesOf("ham6.iff.ppm"));
+  EXPECT_EQ(ReadIlbm(host, samples::PathOf("ham6.iff"))->pixels, digits);
+  for (std::uint32_t& word : digits) word = (word & 0xF0F0F0) | (word & 0xF0F0F0) >> 4;
+  const auto ham6 = MakePictureObject(samples::BytesOf("ham6.iff"));
+  ASSERT_TRUE(ham6);
+  EXPECT_EQ(ham6->hamBits, 6);
+  EXPECT_EQ(samples::PixelsOf(*ham6), digits);
 }
 
 TEST_F(Ilbm, ChunksMayStandInAnyOrder) {

@@ -227,6 +227,11 @@ std::vector<std::uint8_t> WithSize(const char* sample, std::size_t keep,
   return bytes;
 }
 
+template <std::size_t size>
+std::vector<std::uint8_t> BytesOfText(const char (&text)[size]) {
+  return {text, text + size - 1};
+}
+
 TEST(DamagedPicture, EmptyPromisesAreRefusedBeforeMemoryIsTaken) {
   const Promise promises[] = {
       {"bmp", WithSize("rgb.bmp", 54, {{18, 4}, {22, 4}}, false)},
@@ -236,24 +241,32 @@ TEST(DamagedPicture, EmptyPromisesAreRefusedBeforeMemoryIsTaken) {
       {"deep ilbm", WithSize("rgb_24bit.iff", 150, {{20, 2}, {22, 2}}, true)},
       {"tga", WithSize("rgb.tga", 18, {{12, 2}, {14, 2}}, false)},
       {"rle tga", WithSize("rgb_rle.tga", 18, {{12, 2}, {14, 2}}, false)},
-      {"ppm",
-       [] {
-         const std::string text = "P6\n60000 60000\n255\n0123456789";
-         return std::vector<std::uint8_t>(text.begin(), text.end());
-       }()},
-      {"xpm",
-       [] {
-         const std::string text =
-             "/* XPM */\nstatic char *a[] = {\n\"60000 60000 2 1\",\n\"a c #000\"";
-         return std::vector<std::uint8_t>(text.begin(), text.end());
-       }()},
-      {"qoi",
-       [] {
-         const std::uint8_t head[] = {'q', 'o', 'i', 'f', 0, 0, 0xEA, 0x60, 0, 0, 0xEA, 0x60, 3, 0};
-         std::vector<std::uint8_t> bytes(std::begin(head), std::end(head));
-         bytes.resize(24);
-         return bytes;
-       }()},
+      {"pcx", WithSize("rgb.pcx", 128, {{8, 2}, {10, 2}, {66, 2}}, false)},
+      {"ppm", BytesOfText("P6\n60000 60000\n255\n0123456789")},
+      {"xpm", BytesOfText("/* XPM */\nstatic char *a[] = {\n\"60000 60000 2 1\",\n\"a c #000\"")},
+      {"qoi", BytesOfText("qoif\0\0\xEA\x60\0\0\xEA\x60\3\0"
+                          "0123456789")},
+      // The sum behind the header of a PNG is right.
+      {"png", BytesOfText("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\xEA\x60\0\0\xEA\x60\x8\2\0\0\0"
+                          "\x0F\xB0\xE2\x15"
+                          "\0\0\0\x0AIDAT"
+                          "0123456789")},
+      // Width and height are one less in the header.
+      {"webp", BytesOfText("RIFF\x20\0\0\0WEBPVP8X\x0A\0\0\0\0\0\0\0\x5F\xEA\0\x5F\xEA\0"
+                           "0123456789")},
+      // Width, height, 8 bits, compression, black is zero, strips at 98, all rows in one, of 10
+      // bytes.
+      {"tiff", BytesOfText("II\x2A\0\x8\0\0\0\x8\0"
+                           "\0\1\3\0\1\0\0\0\x60\xEA\0\0"
+                           "\1\1\3\0\1\0\0\0\x60\xEA\0\0"
+                           "\2\1\3\0\1\0\0\0\x8\0\0\0"
+                           "\3\1\3\0\1\0\0\0\5\0\0\0"
+                           "\6\1\3\0\1\0\0\0\1\0\0\0"
+                           "\x11\1\4\0\1\0\0\0\x6E\0\0\0"
+                           "\x16\1\3\0\1\0\0\0\x60\xEA\0\0"
+                           "\x17\1\4\0\1\0\0\0\x0A\0\0\0"
+                           "\0\0\0\0"
+                           "0123456789")},
   };
   for (const Promise& promise : promises) {
     SCOPED_TRACE(promise.name);
