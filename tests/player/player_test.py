@@ -2,6 +2,7 @@
 """Starts the finished player as users do: player_test.py PLAYER QMC BUILD [TEST ...]"""
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -63,10 +64,42 @@ class PlayerTest(unittest.TestCase):
         self.assertEqual(out.splitlines()[2:], ["Loading applet a.out done", "Preparing display"])
         self.assertIn("Screen size 99999x1080x32 not supported", err)
 
-    def test_a_wrong_platform_ends_with_2(self):
-        result = self.run_program(PLAYER, QUILLMERE_PLATFORM="paper")
-        self.assertEqual(result.returncode, 2)
-        self.assertEqual(len(result.stderr.splitlines()), 1)
+    def test_a_wrong_environment_ends_with_2_and_one_line(self):
+        (self.directory / "in.txt").write_text("# a user\n5 close\n6 dance\n")
+        for variables, line in (
+            ({"QUILLMERE_PLATFORM": "paper"}, "QUILLMERE_PLATFORM: "),
+            ({"QUILLMERE_SCREEN": "0x7"}, "QUILLMERE_SCREEN: "),
+            ({"QUILLMERE_CLOCK": "wall"}, "QUILLMERE_CLOCK: "),
+            ({"QUILLMERE_SHOT": "a.bmp"}, "QUILLMERE_SHOT: "),
+            ({"QUILLMERE_INPUT": "none.txt"}, "none.txt: "),
+            ({"QUILLMERE_INPUT": "in.txt"}, "in.txt:3: "),
+        ):
+            result = self.run_program(PLAYER, **variables)
+            self.assertEqual((result.returncode, result.stdout), (2, ""), variables)
+            self.assertEqual(len(result.stderr.splitlines()), 1, result.stderr)
+            self.assertTrue(result.stderr.startswith(line), result.stderr)
+
+    def test_output_that_nobody_reads_ends_the_run(self):
+        applet = self.compile('Repeat\nDebugPrint("again")\nForever', "--compress")
+        environment = os.environ | {"QUILLMERE_PLATFORM": "headless", "TMPDIR": str(self.temp)}
+        with subprocess.Popen([PLAYER, "-QUIET", applet, "-DEBUGDEVICE", "@stdout"],
+                              env=environment, stdout=subprocess.PIPE) as process:
+            self.assertEqual(process.stdout.readline(), b"again\n")
+            process.stdout.close()
+            self.assertEqual(process.wait(60), 0)
+        self.assertEqual(list(self.temp.iterdir()), [])
+
+    def test_signals_end_the_run_and_leave_nothing(self):
+        applet = self.compile('DebugPrint("ready")\nWaitEvent', "--compress")
+        environment = os.environ | {"QUILLMERE_PLATFORM": "headless", "TMPDIR": str(self.temp),
+                                    "QUILLMERE_CLOCK": "real"}
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with subprocess.Popen([PLAYER, "-QUIET", applet, "-DEBUGDEVICE", "@stdout"],
+                                  env=environment, stdout=subprocess.PIPE) as process:
+                self.assertEqual(process.stdout.readline(), b"ready\n")
+                process.send_signal(number)
+                self.assertEqual(process.wait(60), 0, number)
+            self.assertEqual(list(self.temp.iterdir()), [])
 
     def test_hostile_arguments(self):
         applet = self.compile('DebugPrint("ran")')

@@ -16,12 +16,16 @@ constexpr int brokenExitStatus = 130;
 Result<std::unique_ptr<BreakWatch>> BreakWatch::Create(std::function<void()> onBreak,
                                                        std::function<bool()> isPending) {
   std::unique_ptr<BreakWatch> watch(new BreakWatch);
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &ignore, &watch->oldPipeAction_);
   watch->onBreak_ = std::move(onBreak);
   watch->isPending_ = std::move(isPending);
   sigset_t mask;
   sigemptyset(&mask);
   sigaddset(&mask, SIGINT);
   sigaddset(&mask, SIGTERM);
+  sigaddset(&mask, SIGHUP);
   watch->maskChanged_ = pthread_sigmask(SIG_BLOCK, &mask, &watch->oldMask_) == 0;
   watch->signals_ = signalfd(-1, &mask, SFD_CLOEXEC | SFD_NONBLOCK);
   watch->stop_ = eventfd(0, EFD_CLOEXEC);
@@ -37,6 +41,7 @@ BreakWatch::~BreakWatch() {
   if (signals_ >= 0) close(signals_);
   if (stop_ >= 0) close(stop_);
   if (maskChanged_) pthread_sigmask(SIG_SETMASK, &oldMask_, nullptr);
+  sigaction(SIGPIPE, &oldPipeAction_, nullptr);
 }
 
 void BreakWatch::Run() {

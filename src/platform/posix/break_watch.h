@@ -12,9 +12,10 @@
 
 namespace quillmere {
 
-/// While it lives, SIGINT and SIGTERM do not end the process but call a function, on a task of
-/// its own. A second signal that comes while `isPending` tells that the first was not seen yet ends
-/// the process at once: the program is stuck and the user means it.
+/// While it lives, SIGINT, SIGTERM and SIGHUP do not end the process but call a function, on a task
+/// of its own. A second signal that comes while `isPending` tells that the first was not seen yet
+/// ends the process at once: the program is stuck and the user means it. SIGPIPE is ignored: a
+/// write fails instead.
 class BreakWatch {
  public:
   [[nodiscard]] static Result<std::unique_ptr<BreakWatch>> Create(std::function<void()> onBreak,
@@ -28,6 +29,7 @@ class BreakWatch {
   std::function<void()> onBreak_;
   std::function<bool()> isPending_;
   sigset_t oldMask_{};
+  struct sigaction oldPipeAction_ {};
   int signals_ = -1;
   int stop_ = -1;
   bool maskChanged_ = false;

@@ -17,6 +17,7 @@ OpeningActions PlatformBase::CommonActions(RequesterTask::Runner runRequester) {
   actions["locale.library"] = [this] {
     locale_ = std::make_unique<PosixLocale>(*files_);
     locale_->SetErrors(host_.errors);
+    locale_->SetOnClosed([this] { signals_.Raise(Wake::Break); });
     return true;
   };
   actions["event signal"] = [this] {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -112,11 +113,6 @@ std::vector<std::uint8_t> ReadWhole(PlatformFiles& files, const std::string& pat
   return bytes;
 }
 
-void WriteTo(std::FILE* stream, std::string_view text) {
-  std::fwrite(text.data(), 1, text.size(), stream);
-  std::fflush(stream);
-}
-
 /// Joins a text to the rest of an earlier one and hands out each complete line.
 template <class Send>
 void SendLines(std::string& rest, std::string_view text, const Send& send) {
@@ -216,6 +212,13 @@ void PosixLocale::WriteDebug(std::string_view device, std::string_view text) {
   } else {
     WriteTo(stderr, text);
   }
+}
+
+void PosixLocale::WriteTo(std::FILE* stream, std::string_view text) const {
+  errno = 0;
+  std::fwrite(text.data(), 1, text.size(), stream);
+  std::fflush(stream);
+  if (errno == EPIPE && onClosed_) onClosed_();
 }
 
 void PosixLocale::WriteRexx(std::string_view port, std::string_view text) {

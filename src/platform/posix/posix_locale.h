@@ -1,6 +1,8 @@
 // Catalogs, character classes, web links and the debug output of the system.
 #pragma once
 
+#include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>
@@ -41,15 +43,19 @@ class PosixLocale final : public PlatformLocale {
   Status OpenUrl(std::string_view url) override;
   void WriteDebug(std::string_view device, std::string_view text) override;
   void SetRexxSender(RexxSender sender) override { rexxSender_ = std::move(sender); }
+  /// Called when nobody reads the debug output any more.
+  void SetOnClosed(std::function<void()> onClosed) { onClosed_ = std::move(onClosed); }
   /// Where an error that names something is noted.
   void SetErrors(ErrorContext& errors) { errors_ = &errors; }
 
  private:
+  void WriteTo(std::FILE* stream, std::string_view text) const;
   void WriteRexx(std::string_view port, std::string_view text);
 
   PlatformFiles& files_;
   ErrorContext* errors_ = nullptr;
   RexxSender rexxSender_;
+  std::function<void()> onClosed_;
   /// The beginning of a line for "@rexx:" or "@serial" whose end has not come.
   std::string openLine_;
   /// Where it goes.
