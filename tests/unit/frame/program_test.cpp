@@ -9,7 +9,8 @@
 namespace quillmere {
 namespace {
 
-/// A main chunk that calls functions by name, each with one text, each on a line of its own.
+/// A main chunk that calls functions by name, each on a line of its own with one text, or with none
+/// when that is empty.
 std::string CallsOf(const std::vector<std::pair<std::string, std::string>>& calls) {
   ImageFunction main;
   for (const auto& [function, text] : calls) {
@@ -18,7 +19,7 @@ std::string CallsOf(const std::vector<std::pair<std::string, std::string>>& call
     main.constants.emplace_back(text);
     main.code.push_back(vmEncodeABx(OP_GETGLOBAL, 0, constant));
     main.code.push_back(vmEncodeABx(OP_LOADK, 1, constant + 1));
-    main.code.push_back(vmEncodeABC(OP_CALL, 0, 2, 1));
+    main.code.push_back(vmEncodeABC(OP_CALL, 0, text.empty() ? 1 : 2, 1));
     main.lines.resize(main.code.size(), constant / 2 + 1);
   }
   main.code.push_back(vmEncodeABC(OP_RETURN, 0, 1, 0));
@@ -198,12 +199,29 @@ TEST_F(ProgramTest, LeavesNothingOfACompressedApplet) {
   EXPECT_EQ(temp.Count(), 0u);
 }
 
-TEST_F(ProgramTest, EntersLabelsAndConstantsOfTheApplet) {
+TEST_F(ProgramTest, EntersConstantsOfTheApplet) {
   AppletBytes bytes = Applet();
   bytes.Tag(AppletTag::UserConstants).Text("MINE").Text("value").Text("");
-  bytes.Tag(AppletTag::Labels).U32(2).U32(0).Text("begin").U32(100000).Text("far");
-  const std::string path = Put(bytes, {{"debugprint", "ran"}});
-  EXPECT_EQ(Run({path, "-QUIET", "-DEBUGDEVICE", "@stdout"}).out, "ran\n");
+  const std::string path = Put(bytes, {{"getconstant", "#mine"}, {"getconstant", "#other"}});
+  EXPECT_EQ(Run({path, "-QUIET", "-DEBUGDEVICE", "@stdout"}).out,
+            "main.qms:2: Constant not found!\n");
+}
+
+TEST_F(ProgramTest, KnowsNoLabelOutsideOfTheMainChunk) {
+  // The wait goes on as without a label, until nothing can happen any more.
+  AppletBytes bytes = Applet();
+  bytes.Tag(AppletTag::Data).U32(2);
+  const std::uint32_t name = bytes.Size();
+  bytes.Text("x").Tag(AppletTag::Objects).U32(1);
+  bytes.U8(6).U32(1).U32(name).U32(2).U32(0).U32(0).U32(0).U32(0).U32(1);
+  bytes.Tag(AppletTag::Labels).U32(1).U32(100000).Text("onkeydown1");
+  const std::string path = Put(bytes, {{"waitevent", ""}, {"debugprint", "behind"}});
+  const std::string input = directory.Put("in.txt", "5 key x\n");
+  setenv("QUILLMERE_INPUT", input.c_str(), 1);
+  const Outcome outcome = Run({path, "-QUIET", "-DEBUGDEVICE", "@stdout"});
+  unsetenv("QUILLMERE_INPUT");
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "");
 }
 
 TEST_F(ProgramTest, LeavesTheProgramTwice) {
