@@ -15,23 +15,12 @@
 #include "frame/request.h"
 #include "input/pump.h"
 #include "scene/display.h"
-#include "vm/image.h"
 
 namespace quillmere {
 namespace {
 
 void TellNoMemory() {
   std::puts("Not enough memory.");
-}
-
-/// Takes out the labels that lie outside of the main chunk.
-void DropForeignLabels(qmAppletInfo& applet) {
-  if (applet.labels.empty()) return;
-  const auto image = ReadImage(applet.bytecode, {});
-  if (!image) return;
-  std::erase_if(applet.labels, [size = image->code.size()](const AppletLabel& label) {
-    return label.position >= size;
-  });
 }
 
 }  // namespace
@@ -131,7 +120,6 @@ Status Program::WritePrivateLists() {
 void Program::EnterAppletTables() {
   VmState& state = *machine_;
   qmAppletInfo& applet = files_->applet;
-  DropForeignLabels(applet);
   vmPushStringFast(state, "labels");
   vmNewTable(state);
   for (const AppletLabel& label : applet.labels) {
