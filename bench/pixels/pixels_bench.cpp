@@ -212,6 +212,24 @@ class Bench {
         [&] { Composite(PIXMAN_OP_SRC, s, nullptr, t, width, height); }, 1);
     pixman_image_unref(s);
     pixman_image_unref(t);
+    AlphaScaling();
+  }
+
+  /// An alpha map alone. Ours makes the map that it draws into.
+  void AlphaScaling() {
+    const Planes small = *CopyPlanes({nullptr, nullptr, noise_}, 0, 0, 1280, 720);
+    const Planes large = *CopyPlanes({nullptr, nullptr, noise_});
+    const auto bytesPerRow = [](const qmAlphaMap& map) {
+      return static_cast<std::size_t>(map.bytesPerRow);
+    };
+    const cv::Mat from(720, 1280, CV_8UC1, small.alpha->Row(0), bytesPerRow(*small.alpha));
+    cv::Mat to(height, width, CV_8UC1, large.alpha->Row(0), bytesPerRow(*large.alpha));
+    Compare(
+        "smooth scale of an alpha map",
+        [&] {
+          (void)ScalePlanes(tables_, small, {0, 0, 1280, 720}, width, height, true);
+        },
+        "cv::resize linear", [&] { cv::resize(from, to, to.size(), 0, 0, cv::INTER_LINEAR); }, 0);
   }
 
   void Rotation() {
@@ -242,6 +260,17 @@ class Bench {
           smooth ? "pixman bilinear" : "pixman nearest",
           [&] { Composite(PIXMAN_OP_SRC, s, nullptr, t, box.width, box.height); },
           smooth ? 0.8 : 1);
+    }
+    pixman_image_set_filter(s, PIXMAN_FILTER_BILINEAR, nullptr, 0);
+    const Planes kinds[] = {{source_, mask_, nullptr}, {source_, nullptr, noise_}};
+    for (const Planes& planes : kinds) {
+      Compare(
+          planes.mask ? "the same of a picture with a mask" : "the same of a picture with alpha",
+          [&] {
+            (void)TransformPlanes(planes, {0, 0, width, height}, matrix, true);
+          },
+          "pixman bilinear",
+          [&] { Composite(PIXMAN_OP_SRC, s, nullptr, t, box.width, box.height); }, 0);
     }
     pixman_image_unref(s);
     pixman_image_unref(t);

@@ -161,6 +161,10 @@ void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, 
   for (int i = 0; i < count; ++i) target[i] = SampleSmooth(row, first + i);
 }
 
+void TransformPresent(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  for (int i = 0; i < count; ++i) target[i] = SampleSmoothPresent(row, first + i);
+}
+
 void Gradient(std::uint32_t* target, const std::uint32_t* colors, std::int32_t quotient,
               std::int32_t remainder, std::int32_t quotientStep, std::int32_t remainderStep,
               std::int32_t divisor, int count) {
@@ -192,6 +196,7 @@ constexpr RowKernels plainKernels{.fill = Fill,
                                   .swapRows = SwapRows,
                                   .transformPlain = TransformPlain,
                                   .transformSmooth = TransformSmooth,
+                                  .transformPresent = TransformPresent,
                                   .gradient = Gradient};
 
 /// `QUILLMERE_KERNELS=plain` keeps to the plain set, to tell a fault of one set from others.

@@ -90,6 +90,10 @@ struct RowKernels {
   void (*transformPlain)(std::uint32_t* target, const TransformRow& row, int first, int count);
   /// The same, mixing four source pixels each.
   void (*transformSmooth)(std::uint32_t* target, const TransformRow& row, int first, int count);
+  /// The same for pixels that carry in their top byte whether they are present, as 255 or 0: absent
+  /// ones are taken for the first of the four that is present. The result is as present as the
+  /// pixel that the column falls on.
+  void (*transformPresent)(std::uint32_t* target, const TransformRow& row, int first, int count);
   /// colors[quotient] for a quotient that grows by `quotientStep` and a remainder that grows by
   /// `remainderStep` from pixel to pixel, wrapping at `divisor`. Remainders are below the divisor,
   /// which is below 2^30. `quotient` is counted from the start of `colors`, of which seven

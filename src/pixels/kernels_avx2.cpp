@@ -390,21 +390,16 @@ AVX2 inline __m256d MixPair(__m256d a, __m256d b, __m256d rest, __m256d share) {
   return _mm256_add_pd(_mm256_mul_pd(a, rest), _mm256_mul_pd(b, share));
 }
 
-/// The mix of the four pixels around a position, given by their places in the picture.
-struct SquarePlaces {
-  std::int32_t topLeft, topRight, bottomLeft, bottomRight;
-};
-
-AVX2 inline std::uint32_t MixSquare(const std::uint32_t* pixels, const SquarePlaces& places,
-                                    double fx, double fy) {
-  const __m256d shareX = _mm256_set1_pd(fx);
-  const __m256d restX = _mm256_set1_pd(1 - fx);
-  const __m256d upper = MixPair(PixelAsDoubles(pixels[places.topLeft]),
-                                PixelAsDoubles(pixels[places.topRight]), restX, shareX);
-  const __m256d lower = MixPair(PixelAsDoubles(pixels[places.bottomLeft]),
-                                PixelAsDoubles(pixels[places.bottomRight]), restX, shareX);
-  const __m256d mixed = _mm256_add_pd(
-      MixPair(upper, lower, _mm256_set1_pd(1 - fy), _mm256_set1_pd(fy)), _mm256_set1_pd(0.5));
+AVX2 inline std::uint32_t MixSquare(const SampleSquare& square) {
+  const __m256d shareX = _mm256_set1_pd(square.fx);
+  const __m256d restX = _mm256_set1_pd(1 - square.fx);
+  const __m256d upper =
+      MixPair(PixelAsDoubles(square.topLeft), PixelAsDoubles(square.topRight), restX, shareX);
+  const __m256d lower =
+      MixPair(PixelAsDoubles(square.bottomLeft), PixelAsDoubles(square.bottomRight), restX, shareX);
+  const __m256d mixed =
+      _mm256_add_pd(MixPair(upper, lower, _mm256_set1_pd(1 - square.fy), _mm256_set1_pd(square.fy)),
+                    _mm256_set1_pd(0.5));
   const __m128i bytes =
       _mm_shuffle_epi8(_mm256_cvttpd_epi32(mixed),
                        _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
@@ -457,6 +452,11 @@ AVX2 void TransformPlain(std::uint32_t* target, const TransformRow& row, int fir
   PlainKernels().transformPlain(target + i, row, first + i, count - i);
 }
 
+/// The four pixels around a position, by their places in the picture.
+struct SquarePlaces {
+  std::int32_t topLeft, topRight, bottomLeft, bottomRight;
+};
+
 /// The places of four squares, one square after the other.
 AVX2 inline void StoreSquares(const Neighbours& x, const Neighbours& y, int pixelsPerRow,
                               SquarePlaces (&squares)[4]) {
@@ -477,22 +477,52 @@ AVX2 inline void StoreSquares(const Neighbours& x, const Neighbours& y, int pixe
   _mm_store_si128(out + 3, _mm_unpackhi_epi64(top23, bottom23));
 }
 
-AVX2 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, int count) {
+/// Calls `mix` with the squares of `count` pixels, four at a time, and gives back how many pixels
+/// were drawn.
+template <class Mix>
+AVX2 inline int MixSquares(std::uint32_t* target, const TransformRow& row, int first, int count,
+                           Mix mix) {
   int i = 0;
   __m256d columns = _mm256_add_pd(_mm256_set1_pd(first), _mm256_setr_pd(0, 1, 2, 3));
   for (; i + 4 <= count; i += 4) {
     const __m256d atX = PositionsOf(columns, row.stepX, row.rowX, row.offsetX);
     const __m256d atY = PositionsOf(columns, row.stepY, row.rowY, row.offsetY);
     columns = _mm256_add_pd(columns, _mm256_set1_pd(4));
-    alignas(16) SquarePlaces squares[4];
+    alignas(16) SquarePlaces places[4];
     StoreSquares(NeighboursOf(atX, row.width), NeighboursOf(atY, row.height), row.pixelsPerRow,
-                 squares);
+                 places);
     alignas(32) double fx[4], fy[4];
     _mm256_store_pd(fx, FractionsOf(atX));
     _mm256_store_pd(fy, FractionsOf(atY));
-    for (int k = 0; k < 4; ++k) target[i + k] = MixSquare(row.pixels, squares[k], fx[k], fy[k]);
+    for (int k = 0; k < 4; ++k) {
+      target[i + k] = mix(SampleSquare{
+          row.pixels[places[k].topLeft], row.pixels[places[k].topRight],
+          row.pixels[places[k].bottomLeft], row.pixels[places[k].bottomRight], fx[k], fy[k]});
+    }
   }
-  PlainKernels().transformSmooth(target + i, row, first + i, count - i);
+  return i;
+}
+
+AVX2 void TransformSmooth(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  const int drawn = MixSquares(target, row, first, count, MixSquare);
+  PlainKernels().transformSmooth(target + drawn, row, first + drawn, count - drawn);
+}
+
+/// Most squares are present as a whole, or absent.
+AVX2 inline std::uint32_t MixPresentSquare(SampleSquare square) {
+  const std::uint32_t nearest = square.topLeft;
+  if (!IsPresent(square.topLeft & square.topRight & square.bottomLeft & square.bottomRight)) {
+    if (!IsPresent(square.topLeft | square.topRight | square.bottomLeft | square.bottomRight)) {
+      return 0;
+    }
+    FillAbsent(square);
+  }
+  return WithPresence(MixSquare(square), nearest);
+}
+
+AVX2 void TransformPresent(std::uint32_t* target, const TransformRow& row, int first, int count) {
+  const int drawn = MixSquares(target, row, first, count, MixPresentSquare);
+  PlainKernels().transformPresent(target + drawn, row, first + drawn, count - drawn);
 }
 
 /// Eight quotients and remainders that step along a row together.
@@ -577,6 +607,7 @@ constexpr RowKernels avx2Kernels{.fill = Fill,
                                  .swapRows = SwapRows,
                                  .transformPlain = TransformPlain,
                                  .transformSmooth = TransformSmooth,
+                                 .transformPresent = TransformPresent,
                                  .gradient = Gradient};
 
 }  // namespace

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
+#include <new>
+#include <vector>
 
+#include "pixels/kernels.h"
 #include "pixels/mask_ops.h"
-#include "pixels/transform_sample.h"
 
 namespace quillmere {
 namespace {
@@ -55,163 +56,161 @@ Columns CutColumns(const Columns& columns, double slope, double constant, double
           std::min(columns.last, static_cast<int>(std::min<double>(high, columns.last)))};
 }
 
-/// The four neighbours of a source position, cut to the source.
-struct Square {
-  int left, right, top, bottom;
-  double fx, fy;
+constexpr std::uint32_t colorBits = 0xFFFFFF;
+
+/// Puts the bits of a mask, or the bytes of an alpha map, above the colours of a row.
+void JoinMask(std::uint32_t* pixels, BitRow mask, int count) {
+  for (int x = 0; x < count; x += 8) {
+    const int n = std::min(8, count - x);
+    const std::uint8_t bits = FetchBits(mask, x, n);
+    for (int i = 0; i < n; ++i) {
+      if (bits << i & 128) pixels[x + i] |= ~colorBits;
+    }
+  }
+}
+void JoinAlpha(std::uint32_t* pixels, const std::uint8_t* alpha, int count) {
+  for (int x = 0; x < count; ++x) pixels[x] |= static_cast<std::uint32_t>(alpha[x]) << 24;
+}
+
+/// A copy of a rectangle of the planes as one picture that carries its alpha in the top bytes: that
+/// of the alpha map, or 255 where the mask's bit is set and 0 elsewhere.
+Result<BitmapPtr> JoinPlanes(const Planes& source, const Area& area) {
+  BitmapPtr joined = TRY(AllocBitmap(area.width, area.height));
+  for (int y = 0; y < area.height; ++y) {
+    std::uint32_t* row = joined->Row(y);
+    const int from = area.y + y;
+    if (source.bitmap) {
+      std::transform(source.bitmap->Row(from) + area.x,
+                     source.bitmap->Row(from) + area.x + area.width, row,
+                     [](std::uint32_t pixel) { return pixel & colorBits; });
+    } else {
+      std::fill_n(row, area.width, 0);
+    }
+    if (source.alpha) {
+      JoinAlpha(row, source.alpha->Row(from) + area.x, area.width);
+    } else {
+      JoinMask(row, {source.mask->Row(from), area.x}, area.width);
+    }
+  }
+  return joined;
+}
+
+/// The top bits of a row as bits of a mask, and the top bytes as bytes of an alpha map.
+void SplitMask(const std::uint32_t* pixels, std::uint8_t* mask, int count) {
+  for (int x = 0; x < count; x += 8) {
+    unsigned bits = 0;
+    for (int i = 0; i < std::min(8, count - x); ++i) bits |= (pixels[x + i] >> 31) << (7 - i);
+    mask[x >> 3] = static_cast<std::uint8_t>(bits);
+  }
+}
+void SplitAlpha(const std::uint32_t* pixels, std::uint8_t* alpha, int count) {
+  for (int x = 0; x < count; ++x) alpha[x] = static_cast<std::uint8_t>(pixels[x] >> 24);
+}
+
+/// What is sampled: a rectangle of a picture, whose words carry alpha unless it is opaque.
+struct SampledPicture {
+  const qmBitmap* bitmap;
+  Area area;
+  bool isOpaque;
 };
+
+using SampleRow = void (*)(std::uint32_t* target, const TransformRow& row, int first, int count);
 
 /// One run of the transform over a target.
 class Transformer {
  public:
-  Transformer(const Planes& source, const Area& area, const Inverse& inverse, Planes& target)
-      : source_(source), area_(area), inverse_(inverse), target_(target) {}
+  Transformer(const SampledPicture& source, const Inverse& inverse, SampleRow sample)
+      : source_(source), inverse_(inverse), sample_(sample) {}
 
-  void Run(bool smooth) {
-    for (int y = 0; y < target_.Height(); ++y) {
-      const Columns columns = ColumnsOfRow(y);
-      ClearOutside(y, columns);
-      if (columns.first > columns.last) continue;
-      const TransformRow row = RowGeometry(y);
-      if (!smooth) {
-        DrawPlain(row, y, columns);
-      } else if (source_.mask && !source_.alpha) {
-        DrawSmoothThroughMask(row, y, columns);
+  /// Draws all rows. Colours of a target without a colour plane pass through a line of their own.
+  void Run(Planes& target) const {
+    const int width = target.Width();
+    std::vector<std::uint32_t> line(target.bitmap ? 0 : static_cast<std::size_t>(width));
+    for (int y = 0; y < target.Height(); ++y) {
+      std::uint32_t* pixels = target.bitmap ? target.bitmap->Row(y) : line.data();
+      const Columns columns = DrawRow(pixels, y, width);
+      if (source_.isOpaque) {
+        FillMask(*target.mask, {columns.first, y, columns.last - columns.first + 1, 1},
+                 MASKVISIBLE);
+      } else if (target.alpha) {
+        SplitAlpha(pixels, target.alpha->Row(y), width);
       } else {
-        DrawSmooth(row, y, columns);
+        SplitMask(pixels, target.mask->Row(y), width);
       }
     }
   }
 
  private:
+  /// Draws one row, black where no pixel of the source lies, and tells where one does.
+  Columns DrawRow(std::uint32_t* pixels, int y, int width) const {
+    const Columns columns = ColumnsOfRow(y, width);
+    if (columns.first > columns.last) {
+      std::fill_n(pixels, width, 0);
+      return columns;
+    }
+    std::fill(pixels, pixels + columns.first, 0);
+    sample_(pixels + columns.first, RowGeometry(y), columns.first,
+            columns.last - columns.first + 1);
+    std::fill(pixels + columns.last + 1, pixels + width, 0);
+    return columns;
+  }
+
   /// The columns whose centres lie in the source.
-  [[nodiscard]] Columns ColumnsOfRow(int y) const {
+  [[nodiscard]] Columns ColumnsOfRow(int y, int width) const {
     const double centre = y + 0.5;
     const double x0 = inverse_.ia * 0.5 + inverse_.ic * centre + inverse_.ox;
     const double y0 = inverse_.ib * 0.5 + inverse_.id * centre + inverse_.oy;
-    const Columns across = CutColumns({0, target_.Width() - 1}, inverse_.ia, x0, area_.width);
+    const Columns across = CutColumns({0, width - 1}, inverse_.ia, x0, source_.area.width);
     if (across.first > across.last) return across;
-    return CutColumns(across, inverse_.ib, y0, area_.height);
+    return CutColumns(across, inverse_.ib, y0, source_.area.height);
   }
 
   [[nodiscard]] TransformRow RowGeometry(int y) const {
-    TransformRow row{};
-    row.stepX = inverse_.ia;
-    row.stepY = inverse_.ib;
-    row.rowX = inverse_.ic * y;
-    row.rowY = inverse_.id * y;
-    row.offsetX = inverse_.ox;
-    row.offsetY = inverse_.oy;
-    row.width = area_.width;
-    row.height = area_.height;
-    if (source_.bitmap) {
-      row.pixels = source_.bitmap->Row(area_.y) + area_.x;
-      row.pixelsPerRow = source_.bitmap->pixelsPerRow;
-    }
-    return row;
+    return {.stepX = inverse_.ia,
+            .stepY = inverse_.ib,
+            .rowX = inverse_.ic * y,
+            .rowY = inverse_.id * y,
+            .offsetX = inverse_.ox,
+            .offsetY = inverse_.oy,
+            .pixels = source_.bitmap->Row(source_.area.y) + source_.area.x,
+            .pixelsPerRow = source_.bitmap->pixelsPerRow,
+            .width = source_.area.width,
+            .height = source_.area.height};
   }
 
-  /// New colour planes hold anything: what no pixel maps to becomes black.
-  void ClearOutside(int y, const Columns& columns) {
-    if (!target_.bitmap) return;
-    std::uint32_t* row = target_.bitmap->Row(y);
-    const int width = target_.bitmap->width;
-    if (columns.first > columns.last) {
-      std::fill_n(row, width, 0);
-    } else {
-      std::fill(row, row + columns.first, 0);
-      std::fill(row + columns.last + 1, row + width, 0);
-    }
-  }
-
-  void SetMaskSpan(int y, const Columns& columns) {
-    FillMask(*target_.mask, {columns.first, y, columns.last - columns.first + 1, 1}, MASKVISIBLE);
-  }
-
-  void DrawPlain(const TransformRow& row, int y, const Columns& columns) {
-    const int count = columns.last - columns.first + 1;
-    if (target_.bitmap) {
-      Kernels().transformPlain(target_.bitmap->Row(y) + columns.first, row, columns.first, count);
-    }
-    if (!source_.mask && !source_.alpha) return SetMaskSpan(y, columns);
-    for (int x = columns.first; x <= columns.last; ++x) {
-      const SourcePoint at = SourceOf(row, x);
-      const int sx = area_.x + CutIndex(TruncatePosition(at.x), row.width);
-      const int sy = area_.y + CutIndex(TruncatePosition(at.y), row.height);
-      if (target_.alpha) {
-        target_.alpha->Row(y)[x] = source_.alpha->Row(sy)[sx];
-      } else if (source_.mask->Test(sx, sy)) {
-        target_.mask->Set(x, y, true);
-      }
-    }
-  }
-
-  [[nodiscard]] static Square SquareAt(const TransformRow& row, int x) {
-    const SourcePoint at = SourceOf(row, x);
-    const int i = TruncatePosition(at.x), j = TruncatePosition(at.y);
-    return {CutIndex(i, row.width),      CutIndex(i + 1, row.width), CutIndex(j, row.height),
-            CutIndex(j + 1, row.height), at.x - std::floor(at.x),    at.y - std::floor(at.y)};
-  }
-
-  void DrawSmooth(const TransformRow& row, int y, const Columns& columns) {
-    const int count = columns.last - columns.first + 1;
-    if (target_.bitmap) {
-      Kernels().transformSmooth(target_.bitmap->Row(y) + columns.first, row, columns.first, count);
-    }
-    if (target_.mask) return SetMaskSpan(y, columns);
-    const auto alphaAt = [this](int sx, int sy) -> double {
-      return source_.alpha->Row(area_.y + sy)[area_.x + sx];
-    };
-    for (int x = columns.first; x <= columns.last; ++x) {
-      const Square s = SquareAt(row, x);
-      target_.alpha->Row(y)[x] = static_cast<std::uint8_t>(
-          MixFour(alphaAt(s.left, s.top), alphaAt(s.right, s.top), alphaAt(s.left, s.bottom),
-                  alphaAt(s.right, s.bottom), s.fx, s.fy));
-    }
-  }
-
-  /// Colours are mixed as if all pixels were present; where one is absent they are mixed anew.
-  void DrawSmoothThroughMask(const TransformRow& row, int y, const Columns& columns) {
-    if (target_.bitmap) {
-      Kernels().transformSmooth(target_.bitmap->Row(y) + columns.first, row, columns.first,
-                                columns.last - columns.first + 1);
-    }
-    for (int x = columns.first; x <= columns.last; ++x) {
-      const Square s = SquareAt(row, x);
-      const std::array present{IsSet(s.left, s.top), IsSet(s.right, s.top), IsSet(s.left, s.bottom),
-                               IsSet(s.right, s.bottom)};
-      if (present[0]) target_.mask->Set(x, y, true);
-      if (target_.bitmap && !std::ranges::all_of(present, std::identity{})) {
-        target_.bitmap->At(x, y) = MixPresent(row, s, present);
-      }
-    }
-  }
-
-  [[nodiscard]] bool IsSet(int sx, int sy) const {
-    return source_.mask->Test(area_.x + sx, area_.y + sy);
-  }
-
-  /// Mixes four pixels, those that are absent being taken for the first that is present.
-  [[nodiscard]] static std::uint32_t MixPresent(const TransformRow& row, const Square& s,
-                                                const std::array<bool, 4>& present) {
-    const auto first = std::ranges::find(present, true);
-    if (first == present.end()) return 0;
-    const std::uint32_t* top = row.pixels + static_cast<std::ptrdiff_t>(s.top) * row.pixelsPerRow;
-    const std::uint32_t* bottom =
-        row.pixels + static_cast<std::ptrdiff_t>(s.bottom) * row.pixelsPerRow;
-    std::array colors{top[s.left], top[s.right], bottom[s.left], bottom[s.right]};
-    const std::uint32_t standIn = colors[static_cast<std::size_t>(first - present.begin())];
-    for (std::size_t i = 0; i < colors.size(); ++i) {
-      if (!present[i]) colors[i] = standIn;
-    }
-    return MixFourPixels(colors[0], colors[1], colors[2], colors[3], s.fx, s.fy);
-  }
-
-  const Planes& source_;
-  Area area_;
+  SampledPicture source_;
   Inverse inverse_;
-  Planes& target_;
+  SampleRow sample_;
 };
+
+/// New planes for a result; mask and alpha map are cleared.
+Result<Planes> AllocResult(const Planes& source, int width, int height) {
+  Planes target;
+  if (source.bitmap) target.bitmap = TRY(AllocBitmap(width, height));
+  if (source.alpha) {
+    target.alpha = TRY(AllocAlphaMap(width, height, true));
+  } else {
+    target.mask = TRY(AllocMask(width, height, true));
+  }
+  return target;
+}
+
+Status DrawTransformed(const Planes& source, const Area& area, const Inverse& inverse, bool smooth,
+                       Planes& target) {
+  const bool isOpaque = source.IsOpaque();
+  const BitmapPtr picture = isOpaque ? source.bitmap : TRY(JoinPlanes(source, area));
+  const Area sampled = isOpaque ? area : Area{0, 0, area.width, area.height};
+  const SampleRow smoothRow =
+      target.alpha || isOpaque ? Kernels().transformSmooth : Kernels().transformPresent;
+  try {
+    Transformer({picture.get(), sampled, isOpaque}, inverse,
+                smooth ? smoothRow : Kernels().transformPlain)
+        .Run(target);
+  } catch (const std::bad_alloc&) {
+    return Fail(Error::OutOfMemory);
+  }
+  return {};
+}
 
 }  // namespace
 
@@ -220,19 +219,13 @@ Result<Planes> TransformPlanes(const Planes& source, const Area& area, const Mat
   const Area cut = ClipArea(area, source.Width(), source.Height());
   if (cut.Empty()) return Planes{};
   const TransformedBox box = TransformedSize(matrix, cut.width, cut.height);
-  const int width = std::max(box.width, 1), height = std::max(box.height, 1);
-  Planes target;
-  if (source.bitmap) target.bitmap = TRY(AllocBitmap(width, height));
-  if (source.alpha) {
-    target.alpha = TRY(AllocAlphaMap(width, height, true));
-  } else {
-    target.mask = TRY(AllocMask(width, height, true));
-  }
+  Planes target = TRY(AllocResult(source, std::max(box.width, 1), std::max(box.height, 1)));
   const Inverse inverse = Invert(matrix, -box.left, -box.top);
   if (inverse.IsUsable()) {
-    Transformer(source, cut, inverse, target).Run(smooth);
+    TRY(DrawTransformed(source, cut, inverse, smooth, target));
   } else if (target.bitmap) {
-    for (int y = 0; y < height; ++y) Kernels().fill(target.bitmap->Row(y), 0, width);
+    const int width = target.Width();
+    for (int y = 0; y < target.Height(); ++y) Kernels().fill(target.bitmap->Row(y), 0, width);
   }
   return target;
 }

@@ -61,8 +61,17 @@ inline constexpr double farPosition = 1 << 30;
   return mixed;
 }
 
-/// The smooth pixel of a column.
-[[nodiscard]] inline std::uint32_t SampleSmooth(const TransformRow& row, int column) {
+/// The four pixels around a position, and how far it lies from the first.
+struct SampleSquare {
+  std::uint32_t topLeft, topRight, bottomLeft, bottomRight;
+  double fx, fy;
+
+  [[nodiscard]] std::uint32_t Mix() const {
+    return MixFourPixels(topLeft, topRight, bottomLeft, bottomRight, fx, fy);
+  }
+};
+
+[[nodiscard]] inline SampleSquare SquareAt(const TransformRow& row, int column) {
   const SourcePoint at = SourceOf(row, column);
   const int left = CutIndex(TruncatePosition(at.x), row.width);
   const int right = CutIndex(TruncatePosition(at.x) + 1, row.width);
@@ -71,8 +80,48 @@ inline constexpr double farPosition = 1 << 30;
   };
   const std::uint32_t* top = line(TruncatePosition(at.y));
   const std::uint32_t* bottom = line(TruncatePosition(at.y) + 1);
-  return MixFourPixels(top[left], top[right], bottom[left], bottom[right], at.x - std::floor(at.x),
-                       at.y - std::floor(at.y));
+  return {top[left],
+          top[right],
+          bottom[left],
+          bottom[right],
+          at.x - std::floor(at.x),
+          at.y - std::floor(at.y)};
+}
+
+/// The smooth pixel of a column.
+[[nodiscard]] inline std::uint32_t SampleSmooth(const TransformRow& row, int column) {
+  return SquareAt(row, column).Mix();
+}
+
+/// Whether a pixel that carries its presence in the top byte, as 255 or 0, is there.
+[[nodiscard]] constexpr bool IsPresent(std::uint32_t pixel) {
+  return pixel >> 31 != 0;
+}
+
+/// Takes the absent pixels of a square for the first that is present; with none, all become 0.
+inline void FillAbsent(SampleSquare& square) {
+  const std::uint32_t standIn = IsPresent(square.topLeft)       ? square.topLeft
+                                : IsPresent(square.topRight)    ? square.topRight
+                                : IsPresent(square.bottomLeft)  ? square.bottomLeft
+                                : IsPresent(square.bottomRight) ? square.bottomRight
+                                                                : 0;
+  for (std::uint32_t* pixel :
+       {&square.topLeft, &square.topRight, &square.bottomLeft, &square.bottomRight}) {
+    *pixel = IsPresent(*pixel) ? *pixel : standIn;
+  }
+}
+
+/// Gives a mixed pixel the presence of the one that the column falls on.
+[[nodiscard]] constexpr std::uint32_t WithPresence(std::uint32_t mixed, std::uint32_t nearest) {
+  return (mixed & 0xFFFFFF) | (nearest & 0xFF000000);
+}
+
+/// The smooth pixel of a column of a picture whose pixels carry their presence.
+[[nodiscard]] inline std::uint32_t SampleSmoothPresent(const TransformRow& row, int column) {
+  SampleSquare square = SquareAt(row, column);
+  const std::uint32_t nearest = square.topLeft;
+  FillAbsent(square);
+  return WithPresence(square.Mix(), nearest);
 }
 
 }  // namespace quillmere

@@ -11,7 +11,6 @@
 #include "pixels/blit.h"
 #include "pixels/pixels_state.h"
 #include "pixels/scale.h"
-#include "pixels/transform.h"
 #include "unit/pixels/fake_output.h"
 #include "unit/pixels/random_pictures.h"
 
@@ -52,7 +51,6 @@ TEST(Allocation, WarmScalersMakeNothingButTheirResult) {
   Dice dice(30);
   ScaleTables tables;
   const Planes source{dice.Bitmap(40, 30), dice.Mask(40, 30), dice.Alpha(40, 30)};
-  const Planes masked{source.bitmap, source.mask, nullptr};
   const auto target = dice.Bitmap(200, 150);
   const Area whole{0, 0, 40, 30};
   const auto scaleInto = [&](int width, int height, bool smooth) {
@@ -69,12 +67,6 @@ TEST(Allocation, WarmScalersMakeNothingButTheirResult) {
     }
   }
   EXPECT_GT(AllocationsOf([&] { scaleInto(201, 150, true); }), 0u) << "the tables grow";
-  const auto transform = [&](const Planes& planes, bool smooth) {
-    return AllocationsOf([&] {
-      EXPECT_TRUE(TransformPlanes(planes, whole, {1, 0.5, -0.5, 1}, smooth));
-    });
-  };
-  for (const bool smooth : {true, false}) EXPECT_EQ(transform(masked, smooth), 2u);
 }
 
 TEST(Allocation, BlitsMakeNothing) {

@@ -128,7 +128,7 @@ void ExpectTransformed(const Planes& got, const Reference& reference, bool hasAl
         ASSERT_EQ(got.mask->Test(x, y), want.bit) << x << ", " << y;
       }
       if (want.written) {
-        ASSERT_EQ(got.bitmap->At(x, y), want.color) << x << ", " << y;
+        ASSERT_EQ(got.bitmap->Color(x, y), want.color & 0xFFFFFF) << x << ", " << y;
       }
     }
   }
