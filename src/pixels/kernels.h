@@ -75,6 +75,9 @@ struct RowKernels {
   /// fraction in 1/65536: c0 + ((c1 - c0) * fraction >> 16) in each byte.
   void (*lerpColumns)(std::uint32_t* target, const std::uint32_t* source,
                       const std::int32_t* columns, const std::int32_t* fractions, int count);
+  /// The same for an alpha map. Four bytes may be read from each column on.
+  void (*lerpAlphaColumns)(std::uint8_t* target, const std::uint8_t* source,
+                           const std::int32_t* columns, const std::int32_t* fractions, int count);
   /// The same between two rows, byte by byte; `count` is in bytes.
   void (*lerpRows)(std::uint8_t* target, const std::uint8_t* top, const std::uint8_t* bottom,
                    int fraction, int count);

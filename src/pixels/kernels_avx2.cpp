@@ -254,6 +254,25 @@ AVX2 void LerpColumns(std::uint32_t* target, const std::uint32_t* source,
   PlainKernels().lerpColumns(target + i, source, columns + i, fractions + i, count - i);
 }
 
+/// Each column's byte and the next come in one word; the lanes of its upper half stay 0.
+AVX2 void LerpAlphaColumns(std::uint8_t* target, const std::uint8_t* source,
+                           const std::int32_t* columns, const std::int32_t* fractions, int count) {
+  const __m256i low = _mm256_set1_epi32(255);
+  int i = 0;
+  for (; i + step <= count; i += step) {
+    const __m256i index = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns + i));
+    const __m256i words = _mm256_i32gather_epi32(reinterpret_cast<const int*>(source), index, 1);
+    const __m256i from = _mm256_and_si256(words, low);
+    const __m256i to = _mm256_and_si256(_mm256_srli_epi32(words, 8), low);
+    const __m256i fraction = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(fractions + i));
+    const __m256i mixed = LerpLanes(from, to, fraction, _mm256_srai_epi16(fraction, 15));
+    const __m128i halves =
+        _mm_packus_epi32(_mm256_castsi256_si128(mixed), _mm256_extracti128_si256(mixed, 1));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(target + i), _mm_packus_epi16(halves, halves));
+  }
+  PlainKernels().lerpAlphaColumns(target + i, source, columns + i, fractions + i, count - i);
+}
+
 AVX2 void LerpRows(std::uint8_t* target, const std::uint8_t* top, const std::uint8_t* bottom,
                    int fraction, int count) {
   constexpr int bytes = 32;
@@ -600,6 +619,7 @@ constexpr RowKernels avx2Kernels{.fill = Fill,
                                  .mixColor = MixColor,
                                  .pickColumns = PickColumns,
                                  .lerpColumns = LerpColumns,
+                                 .lerpAlphaColumns = LerpAlphaColumns,
                                  .lerpRows = LerpRows,
                                  .gray = Gray,
                                  .invert = Invert,

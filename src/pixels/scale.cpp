@@ -64,8 +64,8 @@ struct Colors {
   static void Pick(Element* target, const Element* source, const std::int32_t* columns, int count) {
     Kernels().pickColumns(target, source, columns, count);
   }
-  static void LerpColumns(Element* target, const Element* source, const std::int32_t* columns,
-                          const std::int32_t* fractions, int count) {
+  static void LerpColumns(Element* target, const Element* source, int /*width*/,
+                          const std::int32_t* columns, const std::int32_t* fractions, int count) {
     Kernels().lerpColumns(target, source, columns, fractions, count);
   }
 };
@@ -73,18 +73,17 @@ struct Colors {
 struct AlphaBytes {
   using Element = std::uint8_t;
   static auto& Lines(ScaleTables& tables) { return tables.alphaLines; }
-  static Element Lerp(int from, int to, int fraction) {
-    return static_cast<Element>(((to - from) * fraction >> 16) + from);
-  }
   static void Pick(Element* target, const Element* source, const std::int32_t* columns, int count) {
     for (int i = 0; i < count; ++i) target[i] = source[columns[i]];
   }
-  static void LerpColumns(Element* target, const Element* source, const std::int32_t* columns,
-                          const std::int32_t* fractions, int count) {
-    for (int i = 0; i < count; ++i) {
-      const Element* pair = source + columns[i];
-      target[i] = Lerp(pair[0], pair[1], fractions[i]);
-    }
+  /// Near the end of a row the fast loop would read behind it; columns never go back.
+  static void LerpColumns(Element* target, const Element* source, int width,
+                          const std::int32_t* columns, const std::int32_t* fractions, int count) {
+    const auto inside =
+        static_cast<int>(std::lower_bound(columns, columns + count, width - 3) - columns);
+    Kernels().lerpAlphaColumns(target, source, columns, fractions, inside);
+    PlainKernels().lerpAlphaColumns(target + inside, source, columns + inside, fractions + inside,
+                                    count - inside);
   }
 };
 
@@ -143,7 +142,8 @@ class ScaledRows {
     if (area_.width == 1) {
       std::fill_n(to, width_, *from);
     } else {
-      Kind::LerpColumns(to, from, tables_.column.data(), tables_.columnFraction.data(), width_);
+      Kind::LerpColumns(to, from, area_.width, tables_.column.data(), tables_.columnFraction.data(),
+                        width_);
     }
   }
 
