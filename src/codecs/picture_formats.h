@@ -34,8 +34,11 @@ struct PictureFormat {
 [[nodiscard]] bool IsTiff(FileBytes bytes);
 [[nodiscard]] Result<PictureObject> DecodeTiff(FileBytes bytes, DecodeScope scope);
 
-/// Formats that SDL2_image decodes: BMP, WebP, PCX, XPM, PNM, QOI, icons, and TGA, which has
-/// no mark of its own and is therefore tried last.
+[[nodiscard]] bool IsIcon(FileBytes bytes);
+[[nodiscard]] Result<PictureObject> DecodeIcon(FileBytes bytes, DecodeScope scope);
+
+/// Formats that SDL2_image decodes: BMP, WebP, PCX, XPM, PNM, QOI, and TGA, which has no mark of
+/// its own and is therefore tried last.
 [[nodiscard]] bool IsSdlPicture(FileBytes bytes);
 [[nodiscard]] Result<PictureObject> DecodeSdlPicture(FileBytes bytes, DecodeScope scope);
 

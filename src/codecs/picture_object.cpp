@@ -9,9 +9,13 @@ namespace {
 
 /// In the order in which they are tried: formats with a mark of their own first.
 constexpr PictureFormat pictureFormats[] = {
-    {"PNG", IsPng, DecodePng},    {"JPEG", IsJpeg, DecodeJpeg},
-    {"ILBM", IsIlbm, DecodeIlbm}, {"GIF", IsGif, DecodeGif},
-    {"TIFF", IsTiff, DecodeTiff}, {"SDL", IsSdlPicture, DecodeSdlPicture},
+    {"PNG", IsPng, DecodePng},
+    {"JPEG", IsJpeg, DecodeJpeg},
+    {"ILBM", IsIlbm, DecodeIlbm},
+    {"GIF", IsGif, DecodeGif},
+    {"TIFF", IsTiff, DecodeTiff},
+    {"icon", IsIcon, DecodeIcon},
+    {"SDL", IsSdlPicture, DecodeSdlPicture},
 };
 
 Result<PictureObject> Decode(FileBytes bytes, DecodeScope scope) {

@@ -42,6 +42,13 @@ TEST_P(LosslessPicture, HasThePixelsThatWereDrawn) {
   EXPECT_EQ(header->height, height);
 }
 
+std::uint32_t OpaqueColor(int x, int y) {
+  return 0xFF000000 | Color(x, y);
+}
+std::uint32_t OpaquePenColor(int x, int y) {
+  return 0xFF000000 | PenColor(x, y);
+}
+
 std::uint32_t KeyedColor(int x, int y) {
   const std::uint32_t color = Color(x, y);
   return color == 0 ? 0 : 0xFF000000 | color;
@@ -97,6 +104,10 @@ const Sample losslessSamples[] = {
     {"rgb_text.ppm", Color, 24},
     {"gray.pgm", Gray, 8},
     {"bits.pbm", Bit, 1},
+    {"rgba.ico", ColorWithAlpha, 32},
+    {"rgb.ico", OpaqueColor, 32},
+    {"palette.ico", OpaquePenColor, 32},
+    {"several.ico", ColorWithAlpha, 32},
 };
 
 std::string TestName(const testing::TestParamInfo<Sample>& info) {
@@ -106,6 +117,19 @@ std::string TestName(const testing::TestParamInfo<Sample>& info) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, LosslessPicture, testing::ValuesIn(losslessSamples), TestName);
+
+// Larger icons are PNG files within.
+TEST(IconPicture, MayBePng) {
+  const auto png = BytesOf("rgba.png");
+  std::vector<std::uint8_t> icon{0, 0, 1, 0, 1, 0, width, height, 0, 0, 1, 0, 32, 0};
+  for (const std::size_t number : {png.size(), std::size_t{22}}) {
+    for (int i = 0; i < 4; ++i) icon.push_back(static_cast<std::uint8_t>(number >> (8 * i)));
+  }
+  icon.insert(icon.end(), png.begin(), png.end());
+  const auto object = MakePictureObject(icon);
+  ASSERT_TRUE(object);
+  EXPECT_EQ(PixelsOf(*object), Compute(ColorWithAlpha));
+}
 
 TEST(JpegPicture, HasThePixelsThatTheReferenceDecoderMakes) {
   for (const char* name : {"baseline.jpg", "progressive.jpg", "gray.jpg", "restarts.jpg",
