@@ -63,6 +63,8 @@ void Collector::MarkUnreached(VmObject* object) {
       Mark(*static_cast<VmUpvalue*>(object)->location);
       break;
     case VmKind::Table:
+      __builtin_prefetch(static_cast<VmTable*>(object)->nodes);
+      [[fallthrough]];
     case VmKind::Function:
     case VmKind::Proto:
       globals_.gray.push_back(object);
@@ -118,10 +120,12 @@ void Collector::TraverseTable(VmTable& table) {
     table.marked |= markWeakValues;
     weakValues_.push_back(&table);
   }
+  // Backward, since what is marked last is gone through first: the objects of entries that were
+  // stored early mostly lie first in memory.
   if (!weakValues) {
-    for (std::int32_t i = 0; i < table.arraySize; ++i) Mark(table.array[i]);
+    for (std::int32_t i = table.arraySize; i-- > 0;) Mark(table.array[i]);
   }
-  for (std::uint32_t i = 0; i < table.NodeCount(); ++i) {
+  for (std::uint32_t i = table.nodeLimit; i-- > 0;) {
     VmNode& node = table.nodes[i];
     // A key whose value has gone stays in its chain, so that a traversal can pass it, but no longer
     // keeps its object: nothing looks behind the key of such a node.
@@ -193,7 +197,7 @@ void Collector::ClearWeakValues(const std::vector<VmTable*>& tables) {
     for (std::int32_t i = 0; i < table->arraySize; ++i) {
       if (IsGone(table->array[i])) table->array[i].SetNil();
     }
-    for (std::uint32_t i = 0; i < table->NodeCount(); ++i) {
+    for (std::uint32_t i = 0; i < table->nodeLimit; ++i) {
       VmNode& node = table->nodes[i];
       if (!node.value.IsNil() && IsGone(node.value)) node.value.SetNil();
     }
@@ -202,7 +206,7 @@ void Collector::ClearWeakValues(const std::vector<VmTable*>& tables) {
 
 void Collector::ClearWeakKeys() {
   for (VmTable* table : weakKeys_) {
-    for (std::uint32_t i = 0; i < table->NodeCount(); ++i) {
+    for (std::uint32_t i = 0; i < table->nodeLimit; ++i) {
       VmNode& node = table->nodes[i];
       if (!node.value.IsNil() && IsGone(node.key)) node.value.SetNil();
     }

@@ -46,10 +46,9 @@ void ReuseFrame(VmState& state);
 
 /// The node of a constant string, or null. The guess saves the walk along the chain.
 [[nodiscard]] inline VmNode* GuessedNode(const VmTable& table, VmValue key, std::uint16_t& guess) {
-  VmNode* node = table.nodes + (guess & table.nodeMask);
-  if (node->key == key) [[likely]]
-    return node;
-  node = FindStringNode(table, key.string());
+  if (guess < table.nodeLimit && table.nodes[guess].key == key) [[likely]]
+    return table.nodes + guess;
+  VmNode* node = FindStringNode(table, key.string());
   if (node != nullptr) guess = static_cast<std::uint16_t>(node - table.nodes);
   return node;
 }

@@ -58,29 +58,37 @@ struct VmString : VmObject {
 struct VmNode {
   VmValue key;
   VmValue value;
-  /// The next entry of the chain.
-  VmNode* next = nullptr;
 };
 
 /// The one compound type: an array part for the keys 1 to `arraySize`, and a hash part of chained
-/// entries whose order in memory is the order of traversal.
+/// nodes whose order is the order of traversal. A hash part of more than four nodes is a row of all
+/// of them, with their links behind it. A smaller one, as most objects of a script have, keeps only
+/// the nodes in use, in the order in which they came, and packs places and links into one word.
 struct VmTable : VmObject {
   /// Bit n: as a metatable, this table is known not to have event n (0 to 4).
   std::uint8_t absentEvents = 0xFF;
-  /// The hash part has two to this power of nodes; 0 is the shared empty node.
+  /// The hash part has two to this power of nodes; with 0 there is none.
   std::uint8_t log2NodeCount = 0;
   std::int32_t arraySize = 0;
   /// Never null: the default metatable stands for none.
   VmTable* metatable = nullptr;
   VmValue* array = nullptr;
   VmNode* nodes = nullptr;
-  /// All nodes above this index are in use.
-  std::uint32_t lastFree = 0;
-  /// The number of nodes less one.
-  std::uint32_t nodeMask = 0;
+  /// How many records there are at `nodes`.
+  std::uint32_t nodeLimit = 0;
+  /// Of a large hash part: all nodes above this place are in use. Of a small one: `VmNodePlaces`.
+  std::uint32_t layout = 0;
 
-  [[nodiscard]] bool HasNodes() const { return log2NodeCount != 0; }
-  [[nodiscard]] std::uint32_t NodeCount() const { return nodeMask + 1; }
+  static constexpr int largestSmallLog2 = 2;
+  [[nodiscard]] bool IsSmall() const { return log2NodeCount <= largestSmallLog2; }
+  /// Places in the hash part.
+  [[nodiscard]] std::uint32_t NodeCount() const {
+    return log2NodeCount == 0 ? 0 : std::uint32_t{1} << log2NodeCount;
+  }
+  /// The links of a large hash part: the place of the next node of the chain plus 1, or 0.
+  [[nodiscard]] std::uint32_t* Links() const {
+    return reinterpret_cast<std::uint32_t*>(nodes + nodeLimit);
+  }
 };
 static_assert(sizeof(VmTable) == 40);
 

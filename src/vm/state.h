@@ -82,7 +82,6 @@ struct VmGlobals {
 
   VmTable* registry = nullptr;
   VmTable* defaultMeta = nullptr;
-  VmNode dummyNode;
   std::array<VmString*, static_cast<std::size_t>(VmEvent::Count)> eventNames{};
   /// The name of the global that walks a bare table.
   VmString* nextName = nullptr;

@@ -1,8 +1,10 @@
 #include "vm/table.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
-#include <cstring>
+#include <span>
 
 namespace quillmere {
 namespace {
@@ -13,27 +15,98 @@ int ArrayKey(double key) {
   return ToExactInt(key, index) && index >= 1 && index <= 1 << vmMaxTableExponent ? index : 0;
 }
 
-std::uint32_t HashOfNumber(const VmTable& table, double key) {
+/// Places and links of a small hash part, packed into one word.
+class VmNodePlaces {
+ public:
+  explicit VmNodePlaces(std::uint32_t word) : word_(word) {}
+  /// All of `count` places are free.
+  static VmNodePlaces Fresh(std::uint32_t count) {
+    VmNodePlaces places(0);
+    places.Put(lastFreeAt, 2, count - 1);
+    return places;
+  }
+
+  [[nodiscard]] std::uint32_t Word() const { return word_; }
+  /// The record of the node at a place plus 1, or 0.
+  [[nodiscard]] std::uint32_t Record(std::uint32_t place) const { return Get(6 * place, 3); }
+  void SetRecord(std::uint32_t place, std::uint32_t record) { Put(6 * place, 3, record); }
+  /// The place of the next node of the chain plus 1, or 0.
+  [[nodiscard]] std::uint32_t Link(std::uint32_t place) const { return Get(6 * place + 3, 3); }
+  void SetLink(std::uint32_t place, std::uint32_t link) { Put(6 * place + 3, 3, link); }
+  /// All nodes above this place are in use.
+  [[nodiscard]] std::uint32_t LastFree() const { return Get(lastFreeAt, 2); }
+  void SetLastFree(std::uint32_t place) { Put(lastFreeAt, 2, place); }
+  /// Records in use.
+  [[nodiscard]] std::uint32_t Used() const { return Get(usedAt, 3); }
+  void SetUsed(std::uint32_t count) { Put(usedAt, 3, count); }
+
+ private:
+  static constexpr std::uint32_t lastFreeAt = 24;
+  static constexpr std::uint32_t usedAt = 26;
+
+  [[nodiscard]] std::uint32_t Get(std::uint32_t at, int bits) const {
+    return word_ >> at & ((1u << bits) - 1);
+  }
+  void Put(std::uint32_t at, int bits, std::uint32_t value) {
+    const std::uint32_t mask = ((1u << bits) - 1) << at;
+    word_ = (word_ & ~mask) | value << at;
+  }
+
+  std::uint32_t word_;
+};
+
+constexpr std::uint32_t smallNodeCount = 1u << VmTable::largestSmallLog2;
+
+std::uint32_t HashOfNumber(double key) {
   const auto bits = std::bit_cast<std::uint64_t>(key + 1.0);
-  const std::uint32_t sum =
-      static_cast<std::uint32_t>(bits) + static_cast<std::uint32_t>(bits >> 32);
-  return sum % (table.nodeMask | 1);
+  return static_cast<std::uint32_t>(bits) + static_cast<std::uint32_t>(bits >> 32);
 }
 
-VmNode* MainPosition(const VmTable& table, VmValue key) {
-  if (key.IsString()) return table.nodes + (key.string()->hash & table.nodeMask);
-  if (key.IsNumber()) return table.nodes + HashOfNumber(table, key.number());
-  if (key.IsBoolean()) return table.nodes + (key.boolean() ? 1 & table.nodeMask : 0);
-  return table.nodes + reinterpret_cast<std::uintptr_t>(key.pointer()) % (table.nodeMask | 1);
+/// The place where the chain of a key starts, in a table that has a hash part.
+std::uint32_t MainPlace(const VmTable& table, VmValue key) {
+  const std::uint32_t mask = table.NodeCount() - 1;
+  if (key.IsString()) return key.string()->hash & mask;
+  if (key.IsNumber()) return HashOfNumber(key.number()) % (mask | 1);
+  if (key.IsBoolean()) return key.boolean() ? 1 & mask : 0;
+  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(key.pointer()) % (mask | 1));
+}
+
+VmNode* FindNumberNode(const VmTable& table, double key) {
+  if (table.IsSmall()) {
+    VmNode* found = nullptr;
+    for (VmNode* node = table.nodes; node != table.nodes + table.nodeLimit; ++node) {
+      if (!node->key.IsNumber() || node->key.number() != key) continue;
+      found = node;
+      if (!node->value.IsNil()) break;
+    }
+    return found;
+  }
+  std::uint32_t place = HashOfNumber(key) % ((table.nodeLimit - 1) | 1);
+  do {
+    VmNode& node = table.nodes[place];
+    if (node.key.IsNumber() && node.key.number() == key) return &node;
+    place = table.Links()[place];
+  } while (place-- != 0);
+  return nullptr;
 }
 
 const VmValue& FindNumber(const VmTable& table, double key) {
-  const VmNode* node = table.nodes + HashOfNumber(table, key);
+  const VmNode* node = FindNumberNode(table, key);
+  return node != nullptr ? node->value : nilObject;
+}
+
+/// The place of a key in its own chain; -1 when it is not there. Unlike a search among few nodes
+/// this one is never taken in by what a gone object has left.
+std::int64_t PlaceInChain(const VmTable& table, VmValue key) {
+  if (table.log2NodeCount == 0) return -1;
+  const VmNodePlaces places(table.layout);
+  std::uint32_t place = MainPlace(table, key);
   do {
-    if (node->key.IsNumber() && node->key.number() == key) return node->value;
-    node = node->next;
-  } while (node != nullptr);
-  return nilObject;
+    const VmNode* node = NodeAt(table, place);
+    if (node != nullptr && EqualRaw(node->key, key)) return place;
+    place = table.IsSmall() ? places.Link(place) : table.Links()[place];
+  } while (place-- != 0);
+  return -1;
 }
 
 void SetArraySize(VmState& state, VmTable& table, int size) {
@@ -44,20 +117,34 @@ void SetArraySize(VmState& state, VmTable& table, int size) {
   table.arraySize = size;
 }
 
-/// Gives the table fresh nodes, or with 0 the shared empty one.
-void SetNodes(VmState& state, VmTable& table, int log2NodeCount) {
+/// Gives the table a fresh hash part with room for `keys` of them; a large one has it anyway.
+void SetNodes(VmState& state, VmTable& table, int log2NodeCount, std::size_t keys) {
   if (log2NodeCount > vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
-  if (log2NodeCount == 0) {
-    table.nodes = &state.globals->dummyNode;
-    table.nodeMask = 0;
-  } else {
-    const std::size_t count = std::size_t{1} << log2NodeCount;
-    table.nodes = NewBlock<VmNode>(state, count);
-    for (std::size_t i = 0; i < count; ++i) table.nodes[i] = VmNode();
-    table.nodeMask = static_cast<std::uint32_t>(count - 1);
+  const std::size_t count = std::size_t{1} << log2NodeCount;
+  VmNode* nodes = nullptr;
+  if (log2NodeCount > VmTable::largestSmallLog2) {
+    nodes = static_cast<VmNode*>(
+        vmRealloc(state, nullptr, 0, count * (sizeof(VmNode) + sizeof(std::uint32_t))));
+    keys = count;
+  } else if (keys != 0) {
+    nodes = NewBlock<VmNode>(state, keys);
   }
+  for (std::size_t i = 0; i < keys; ++i) nodes[i] = VmNode();
+  table.nodes = nodes;
+  table.nodeLimit = static_cast<std::uint32_t>(keys);
   table.log2NodeCount = static_cast<std::uint8_t>(log2NodeCount);
-  table.lastFree = table.nodeMask;
+  if (table.IsSmall()) {
+    table.layout = VmNodePlaces::Fresh(static_cast<std::uint32_t>(count)).Word();
+  } else {
+    std::fill_n(table.Links(), count, 0u);
+    table.layout = static_cast<std::uint32_t>(count - 1);
+  }
+}
+
+void FreeNodes(VmState& state, VmNode* nodes, std::uint32_t limit, bool isSmall) {
+  if (nodes == nullptr) return;
+  const std::size_t size = isSmall ? sizeof(VmNode) : sizeof(VmNode) + sizeof(std::uint32_t);
+  vmRealloc(state, nodes, limit * size, 0);
 }
 
 /// How many keys are in use, by powers of two.
@@ -92,15 +179,14 @@ int BestArraySize(const KeyCount& count, int& inArray) {
   return size;
 }
 
-void Resize(VmState& state, VmTable& table, int arraySize, int hashKeys) {
+/// Brings both parts to new sizes. `oldNodes` are the nodes as they were, in the order of their
+/// places, and do not live in the table any more.
+void Resize(VmState& state, VmTable& table, int arraySize, int hashKeys,
+            std::span<const VmNode> oldNodes) {
   const int oldArraySize = table.arraySize;
-  VmNode* const oldNodes = table.nodes;
-  const bool hadNodes = table.HasNodes();
-  const std::size_t oldCount = hadNodes ? table.NodeCount() : 0;
   const int exponent = hashKeys > 0 ? std::bit_width(static_cast<unsigned>(hashKeys)) : 0;
-  if (exponent > vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
   if (arraySize > oldArraySize) SetArraySize(state, table, arraySize);
-  SetNodes(state, table, exponent);
+  SetNodes(state, table, exponent, static_cast<std::size_t>(hashKeys));
   if (arraySize < oldArraySize) {
     table.arraySize = arraySize;
     for (int i = arraySize; i < oldArraySize; ++i) {
@@ -109,85 +195,191 @@ void Resize(VmState& state, VmTable& table, int arraySize, int hashKeys) {
     table.arraySize = oldArraySize;
     SetArraySize(state, table, arraySize);
   }
-  for (std::size_t i = oldCount; i-- > 0;) {
+  for (std::size_t i = oldNodes.size(); i-- > 0;) {
     const VmNode& node = oldNodes[i];
     if (!node.value.IsNil()) TableSet(state, table, node.key) = node.value;
   }
-  if (hadNodes) FreeBlock(state, oldNodes, oldCount);
 }
 
-KeyCount CountKeys(const VmTable& table) {
+/// The sizes that the keys in the array and in `nodes` ask for.
+void ResizeFor(VmState& state, VmTable& table, std::span<const VmNode> nodes) {
   KeyCount count;
   for (int i = 0; i < table.arraySize; ++i) {
     if (!table.array[i].IsNil()) count.Add(VmValue(static_cast<double>(i + 1)));
   }
-  for (std::uint32_t i = 0; i < table.NodeCount(); ++i) {
-    const VmNode& node = table.nodes[i];
+  for (const VmNode& node : nodes) {
     if (!node.value.IsNil()) count.Add(node.key);
   }
-  return count;
-}
-
-void ResizeFor(VmState& state, VmTable& table, const KeyCount& count) {
   int inArray = 0;
   const int arraySize = BestArraySize(count, inArray);
-  Resize(state, table, arraySize, count.all - inArray);
+  if (count.all - inArray >= 1 << vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
+  VmNode* const old = table.nodes;
+  const std::uint32_t oldLimit = table.nodeLimit;
+  const bool wasSmall = table.IsSmall();
+  Resize(state, table, arraySize, count.all - inArray, nodes);
+  FreeNodes(state, old, oldLimit, wasSmall);
 }
 
-/// Puts a key into its chain; a key that is in the way and out of place is moved to the free node.
-VmNode& PlaceKey(VmTable& table, VmValue key) {
-  VmNode* main = MainPosition(table, key);
-  if (!main->value.IsNil()) {
-    VmNode* free = table.nodes + table.lastFree;
-    VmNode* other = MainPosition(table, main->key);
-    if (other != main) {
-      while (other->next != main) other = other->next;
-      other->next = free;
-      *free = *main;
-      main->next = nullptr;
-      main->value.SetNil();
-    } else {
-      free->next = main->next;
-      main->next = free;
-      main = free;
-    }
-  }
-  main->key = key;
-  return *main;
+/// The slot of a key that was counted as there when its table was resized.
+VmValue& CountedSlot(const VmTable& table, VmValue key) {
+  auto& slot = const_cast<VmValue&>(TableGet(table, key));
+  slot.SetNil();
+  return slot;
 }
 
-/// Moves the mark down to a node that is free; false when none is left.
-bool FindFreeNode(VmTable& table) {
-  while (!table.nodes[table.lastFree].key.IsNil()) {
-    if (table.lastFree == 0) return false;
-    --table.lastFree;
+/// Where a new key goes among places that are linked: `Places` has Key(place), IsVacant(place),
+/// Link, SetLink, LastFree, SetLastFree and Move(from, to).
+template <class Places>
+std::uint32_t PlaceKey(const VmTable& table, Places& places, VmValue key) {
+  const std::uint32_t main = MainPlace(table, key);
+  if (places.IsVacant(main)) return main;
+  const std::uint32_t free = places.LastFree();
+  std::uint32_t other = MainPlace(table, places.Key(main));
+  if (other == main) {
+    places.SetLink(free, places.Link(main));
+    places.SetLink(main, free + 1);
+    return free;
   }
+  // A key that is in the way and out of place moves to the free node.
+  while (places.Link(other) != main + 1) other = places.Link(other) - 1;
+  places.SetLink(other, free + 1);
+  places.Move(main, free);
+  places.SetLink(free, places.Link(main));
+  places.SetLink(main, 0);
+  return main;
+}
+
+/// Moves the mark down to a place that is free; false when none is left.
+template <class Places>
+bool FindFreePlace(Places& places) {
+  std::uint32_t place = places.LastFree();
+  while (places.IsTaken(place)) {
+    if (place == 0) return false;
+    --place;
+  }
+  places.SetLastFree(place);
   return true;
+}
+
+/// The places of a large hash part.
+class LargePlaces {
+ public:
+  explicit LargePlaces(VmTable& table) : table_(table) {}
+
+  [[nodiscard]] VmValue Key(std::uint32_t place) const { return table_.nodes[place].key; }
+  [[nodiscard]] bool IsVacant(std::uint32_t place) const {
+    return table_.nodes[place].value.IsNil();
+  }
+  [[nodiscard]] bool IsTaken(std::uint32_t place) const { return !table_.nodes[place].key.IsNil(); }
+  [[nodiscard]] std::uint32_t Link(std::uint32_t place) const { return table_.Links()[place]; }
+  void SetLink(std::uint32_t place, std::uint32_t link) { table_.Links()[place] = link; }
+  [[nodiscard]] std::uint32_t LastFree() const { return table_.layout; }
+  void SetLastFree(std::uint32_t place) { table_.layout = place; }
+  void Move(std::uint32_t from, std::uint32_t to) {
+    table_.nodes[to] = table_.nodes[from];
+    table_.nodes[from].value.SetNil();
+  }
+
+ private:
+  VmTable& table_;
+};
+
+/// The places of a small hash part, changed apart from the table until it is known that the new key
+/// stays there.
+class SmallPlaces : public VmNodePlaces {
+ public:
+  explicit SmallPlaces(const VmTable& table) : VmNodePlaces(table.layout), table_(table) {}
+
+  [[nodiscard]] VmValue Key(std::uint32_t place) const { return NodeOf(place).key; }
+  [[nodiscard]] bool IsVacant(std::uint32_t place) const {
+    return !IsTaken(place) || NodeOf(place).value.IsNil();
+  }
+  [[nodiscard]] bool IsTaken(std::uint32_t place) const { return Record(place) != 0; }
+  void Move(std::uint32_t from, std::uint32_t to) {
+    SetRecord(to, Record(from));
+    SetRecord(from, 0);
+  }
+
+ private:
+  [[nodiscard]] const VmNode& NodeOf(std::uint32_t place) const {
+    return table_.nodes[Record(place) - 1];
+  }
+
+  const VmTable& table_;
+};
+
+VmValue& InsertLarge(VmState& state, VmTable& table, VmValue key) {
+  LargePlaces places(table);
+  VmNode& node = table.nodes[PlaceKey(table, places, key)];
+  node.key = key;
+  if (FindFreePlace(places)) return node.value;
+  // So that the new key counts.
+  node.value = VmValue(1.0);
+  ResizeFor(state, table, {table.nodes, table.nodeLimit});
+  return CountedSlot(table, key);
+}
+
+/// Makes room for one more record of a small hash part.
+void GrowSmall(VmState& state, VmTable& table) {
+  const std::size_t limit = table.nodeLimit + 1;
+  table.nodes = static_cast<VmNode*>(
+      vmRealloc(state, table.nodes, table.nodeLimit * sizeof(VmNode), limit * sizeof(VmNode)));
+  table.nodes[table.nodeLimit++] = VmNode();
+}
+
+/// The nodes of a small hash part in the order of their places, with a new key as the record behind
+/// the last.
+std::span<const VmNode> InOrder(const VmTable& table, const SmallPlaces& places, VmValue newKey,
+                                std::span<VmNode, smallNodeCount> nodes) {
+  std::size_t count = 0;
+  for (std::uint32_t place = 0; place < table.NodeCount(); ++place) {
+    const std::uint32_t record = places.Record(place);
+    if (record == 0) continue;
+    nodes[count++] =
+        record > places.Used() ? VmNode{newKey, VmValue(1.0)} : table.nodes[record - 1];
+  }
+  return nodes.first(count);
+}
+
+VmValue& InsertSmall(VmState& state, VmTable& table, VmValue key) {
+  SmallPlaces places(table);
+  const std::uint32_t place = PlaceKey(table, places, key);
+  const bool isNew = !places.IsTaken(place);
+  if (isNew) places.SetRecord(place, places.Used() + 1);
+  const std::uint32_t record = places.Record(place) - 1;
+  if (!FindFreePlace(places)) {
+    std::array<VmNode, smallNodeCount> nodes;
+    ResizeFor(state, table, InOrder(table, places, key, nodes));
+    return CountedSlot(table, key);
+  }
+  if (isNew) {
+    if (record == table.nodeLimit) GrowSmall(state, table);
+    places.SetUsed(record + 1);
+  }
+  table.layout = places.Word();
+  table.nodes[record].key = key;
+  return table.nodes[record].value;
 }
 
 /// The slot of a new key, which is neither nil nor NaN.
 VmValue& Insert(VmState& state, VmTable& table, VmValue key) {
-  if (table.HasNodes()) {
-    VmNode& node = PlaceKey(table, key);
-    if (FindFreeNode(table)) return node.value;
-    // So that the new key counts.
-    node.value = VmValue(1.0);
-    ResizeFor(state, table, CountKeys(table));
-  } else {
-    // The shared node cannot take a key: the table gets nodes of its own first.
-    KeyCount count = CountKeys(table);
-    count.Add(key);
-    ResizeFor(state, table, count);
-    const VmValue& found = TableGet(table, key);
-    if (&found == &nilObject) {
-      VmNode& node = PlaceKey(table, key);
-      FindFreeNode(table);
-      return node.value;
-    }
-  }
-  auto& slot = const_cast<VmValue&>(TableGet(table, key));
-  slot.SetNil();
-  return slot;
+  if (!table.IsSmall()) return InsertLarge(state, table, key);
+  if (table.log2NodeCount != 0) return InsertSmall(state, table, key);
+  const VmNode node{key, VmValue(1.0)};
+  ResizeFor(state, table, {&node, 1});
+  return CountedSlot(table, key);
+}
+
+/// The slot of a key that is there, whether or not it has a value; else null.
+VmValue* FindSlot(const VmTable& table, VmValue key) {
+  const VmValue& found = TableGet(table, key);
+  if (&found == &nilObject) return nullptr;
+  const bool isInArray =
+      key.IsNumber() && ArrayKey(key.number()) != 0 && ArrayKey(key.number()) <= table.arraySize;
+  if (!found.IsNil() || isInArray || !table.IsSmall()) return const_cast<VmValue*>(&found);
+  const std::int64_t place = PlaceInChain(table, key);
+  if (place < 0) return nullptr;
+  return const_cast<VmValue*>(&NodeAt(table, static_cast<std::uint32_t>(place))->value);
 }
 
 }  // namespace
@@ -199,14 +391,16 @@ VmTable* NewTable(VmState& state, int arraySize, int log2NodeCount) {
   auto* table = ::new (NewCell(state, sizeof(VmTable))) VmTable;
   table->kind = VmKind::Table;
   table->metatable = state.globals->defaultMeta != nullptr ? state.globals->defaultMeta : table;
-  table->nodes = &state.globals->dummyNode;
   if (arraySize > 0) SetArraySize(state, *table, arraySize);
-  if (log2NodeCount > 0) SetNodes(state, *table, log2NodeCount);
+  if (log2NodeCount > 0) {
+    // Who asks for a small hash part is about to store one key or two.
+    SetNodes(state, *table, log2NodeCount, static_cast<std::size_t>(log2NodeCount));
+  }
   return table;
 }
 
 void FreeTable(VmState& state, VmTable& table) {
-  if (table.HasNodes()) FreeBlock(state, table.nodes, table.NodeCount());
+  FreeNodes(state, table.nodes, table.nodeLimit, table.IsSmall());
   FreeBlock(state, table.array, static_cast<std::size_t>(table.arraySize));
 }
 
@@ -222,34 +416,38 @@ const VmValue& TableGet(const VmTable& table, VmValue key) {
     return FindNumber(table, key.number());
   }
   if (key.IsNil()) return FindNumber(table, 0);
-  const VmNode* node = MainPosition(table, key);
-  do {
-    if (node->key == key) return node->value;
-    node = node->next;
-  } while (node != nullptr);
-  return nilObject;
+  const VmNode* node =
+      table.IsSmall() ? FindAmongFew(table, key) : FindInChain(table, MainPlace(table, key), key);
+  return node != nullptr ? node->value : nilObject;
+}
+
+const VmNode* NodeAt(const VmTable& table, std::uint32_t place) {
+  if (!table.IsSmall()) return table.nodes + place;
+  const std::uint32_t record = VmNodePlaces(table.layout).Record(place);
+  return record != 0 ? table.nodes + (record - 1) : nullptr;
 }
 
 VmValue& TableSet(VmState& state, VmTable& table, VmValue key) {
   table.absentEvents = 0;
-  const VmValue& found = TableGet(table, key);
-  if (&found != &nilObject) return const_cast<VmValue&>(found);
-  if (key.IsNil()) return Insert(state, table, VmValue(0.0));
+  if (key.IsNil()) key = VmValue(0.0);
+  if (VmValue* slot = FindSlot(table, key)) return *slot;
   if (key.IsNumber() && std::isnan(key.number())) vmRaise(state, Error::TableIndexIsNaN);
   return Insert(state, table, key);
 }
 
 VmValue& TableSetInt(VmState& state, VmTable& table, int key) {
   table.absentEvents = 0;
-  const VmValue& found = TableGetInt(table, key);
-  if (&found != &nilObject) return const_cast<VmValue&>(found);
-  return Insert(state, table, VmValue(static_cast<double>(key)));
+  const VmValue value(static_cast<double>(key));
+  if (static_cast<unsigned>(key) - 1u < static_cast<unsigned>(table.arraySize)) {
+    return table.array[key - 1];
+  }
+  if (VmValue* slot = FindSlot(table, value)) return *slot;
+  return Insert(state, table, value);
 }
 
 VmValue& TableSetString(VmState& state, VmTable& table, VmString* key) {
   table.absentEvents = 0;
-  const VmValue& found = TableGetString(table, key);
-  if (&found != &nilObject) return const_cast<VmValue&>(found);
+  if (VmValue* slot = FindSlot(table, VmValue::String(key))) return *slot;
   return Insert(state, table, VmValue::String(key));
 }
 
@@ -266,10 +464,9 @@ bool TableNext(VmState& state, const VmTable& table, VmValue* slot) {
     if (index != 0 && index <= table.arraySize) {
       at = static_cast<std::size_t>(index);
     } else {
-      const VmNode* node = MainPosition(table, *slot);
-      while (node != nullptr && !EqualRaw(node->key, *slot)) node = node->next;
-      if (node == nullptr) vmRaise(state, Error::InvalidNextKey);
-      at = arraySize + static_cast<std::size_t>(node - table.nodes) + 1;
+      const std::int64_t place = PlaceInChain(table, *slot);
+      if (place < 0) vmRaise(state, Error::InvalidNextKey);
+      at = arraySize + static_cast<std::size_t>(place) + 1;
     }
   }
   for (; at < arraySize; ++at) {
@@ -278,10 +475,11 @@ bool TableNext(VmState& state, const VmTable& table, VmValue* slot) {
     slot[1] = table.array[at];
     return true;
   }
-  for (std::size_t i = at - arraySize; i < table.NodeCount(); ++i) {
-    if (table.nodes[i].value.IsNil()) continue;
-    slot[0] = table.nodes[i].key;
-    slot[1] = table.nodes[i].value;
+  for (auto i = static_cast<std::uint32_t>(at - arraySize); i < table.NodeCount(); ++i) {
+    const VmNode* node = NodeAt(table, i);
+    if (node == nullptr || node->value.IsNil()) continue;
+    slot[0] = node->key;
+    slot[1] = node->value;
     return true;
   }
   return false;

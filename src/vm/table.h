@@ -23,13 +23,38 @@ void FreeTable(VmState& state, VmTable& table);
   return TableGetIntSlow(table, key);
 }
 
-/// The node of a string key, or null.
-[[nodiscard]] inline VmNode* FindStringNode(const VmTable& table, VmString* key) {
-  const VmValue wanted = VmValue::String(key);
-  VmNode* node = table.nodes + (key->hash & table.nodeMask);
-  while (node != nullptr && node->key != wanted) node = node->next;
-  return node;
+/// The node of a large hash part with exactly these bits as its key, in the chain that starts at a
+/// place; or null.
+[[nodiscard]] inline VmNode* FindInChain(const VmTable& table, std::uint32_t place, VmValue key) {
+  const std::uint32_t* const links = table.Links();
+  while (table.nodes[place].key != key) {
+    place = links[place];
+    if (place-- == 0) return nullptr;
+  }
+  return table.nodes + place;
 }
+
+/// The node of a small hash part with exactly these bits as its key, or null. The key of a node
+/// whose value has gone may be the address of an object that has gone too, and be taken for another
+/// one; so a node with a value comes before one without.
+[[nodiscard]] inline VmNode* FindAmongFew(const VmTable& table, VmValue key) {
+  VmNode* found = nullptr;
+  for (VmNode* node = table.nodes; node != table.nodes + table.nodeLimit; ++node) {
+    if (node->key != key) continue;
+    found = node;
+    if (!node->value.IsNil()) break;
+  }
+  return found;
+}
+
+/// The node of a string key, or null; its value may be nil.
+[[nodiscard]] inline VmNode* FindStringNode(const VmTable& table, VmString* key) {
+  if (table.IsSmall()) return FindAmongFew(table, VmValue::String(key));
+  return FindInChain(table, key->hash & (table.nodeLimit - 1), VmValue::String(key));
+}
+
+/// The node at a place of the hash part; null for one that was never used.
+[[nodiscard]] const VmNode* NodeAt(const VmTable& table, std::uint32_t place);
 
 [[nodiscard]] inline const VmValue& TableGetString(const VmTable& table, VmString* key) {
   const VmNode* node = FindStringNode(table, key);
