@@ -29,11 +29,11 @@ Result<std::shared_ptr<Plane>> AllocPlane(int width, int height, int (*strideOf)
   const int stride = strideOf(width);
   const std::int64_t bytes = static_cast<std::int64_t>(sizeof(Element)) * stride * height;
   if (bytes > std::numeric_limits<std::int32_t>::max()) return Fail(Error::OutOfMemory);
-  const std::size_t padded = (static_cast<std::size_t>(bytes) + spareBytes + planeAlignment - 1) /
-                             planeAlignment * planeAlignment;
-  const bool isLarge = padded >= largeBlockSize;
-  detail::PlaneMemory memory(static_cast<std::byte*>(
-      std::aligned_alloc(isLarge ? largePageSize : planeAlignment, padded)));
+  const std::size_t needed = static_cast<std::size_t>(bytes) + spareBytes;
+  const bool isLarge = needed >= largeBlockSize;
+  const std::size_t alignment = isLarge ? largePageSize : planeAlignment;
+  const std::size_t padded = (needed + alignment - 1) / alignment * alignment;
+  detail::PlaneMemory memory(static_cast<std::byte*>(std::aligned_alloc(alignment, padded)));
   if (!memory) return Fail(Error::OutOfMemory);
   if (isLarge) PreferLargePages(memory.get(), padded);
   if (clear) std::memset(memory.get(), 0, padded);
