@@ -27,7 +27,8 @@ class Dice {
 
   std::uint8_t Byte() {
     constexpr std::uint8_t edges[] = {0, 1, 127, 128, 254, 255};
-    return Coin() ? edges[Int(0, 5)] : static_cast<std::uint8_t>(Int(0, 255));
+    const auto drawn = static_cast<std::uint32_t>(engine_());
+    return static_cast<std::uint8_t>(drawn >> 31 != 0 ? edges[(drawn >> 8) % 6] : drawn & 255);
   }
 
   std::uint32_t Pixel() {
@@ -91,7 +92,7 @@ class Dice {
     const std::size_t bytes =
         static_cast<std::size_t>(stride) * static_cast<std::size_t>(height) * elementSize;
     auto* memory = static_cast<std::byte*>(std::malloc(bytes));
-    for (std::size_t i = 0; i < bytes; ++i) memory[i] = static_cast<std::byte>(Int(0, 255));
+    std::generate_n(memory, bytes, [this] { return static_cast<std::byte>(engine_()); });
     return std::make_shared<T>(detail::PlaneMemory(memory), width, height, stride);
   }
 

@@ -187,7 +187,7 @@ bool SameIfAny(const std::shared_ptr<Plane>& a, const std::shared_ptr<Plane>& b)
 }
 
 TEST_F(SafeBltModel, EqualsTheModelOnEveryKindOfOutput) {
-  for (int round = 0; round < 3000; ++round) {
+  for (int round = 0; round < 1500; ++round) {
     ChooseOutput();
     ChooseSource();
     ChooseClip();
