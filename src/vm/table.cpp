@@ -117,28 +117,36 @@ void SetArraySize(VmState& state, VmTable& table, int size) {
   table.arraySize = size;
 }
 
-/// Gives the table a fresh hash part with room for `keys` of them; a large one has it anyway.
-void SetNodes(VmState& state, VmTable& table, int log2NodeCount, std::size_t keys) {
-  if (log2NodeCount > vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
-  const std::size_t count = std::size_t{1} << log2NodeCount;
+/// A hash part on its own.
+struct VmNodePart {
   VmNode* nodes = nullptr;
+  std::uint32_t limit = 0;
+  int log2NodeCount = 0;
+};
+
+/// Makes a fresh hash part with room for `keys` of them; a large one has it anyway.
+VmNodePart MakeNodes(VmState& state, int log2NodeCount, std::size_t keys) {
+  if (log2NodeCount > vmMaxTableExponent) vmRaise(state, Error::TableOverflow);
+  VmNodePart part{.log2NodeCount = log2NodeCount};
   if (log2NodeCount > VmTable::largestSmallLog2) {
-    nodes = static_cast<VmNode*>(
-        vmRealloc(state, nullptr, 0, count * (sizeof(VmNode) + sizeof(std::uint32_t))));
-    keys = count;
+    keys = std::size_t{1} << log2NodeCount;
+    part.nodes = static_cast<VmNode*>(
+        vmRealloc(state, nullptr, 0, keys * (sizeof(VmNode) + sizeof(std::uint32_t))));
+    std::fill_n(reinterpret_cast<std::uint32_t*>(part.nodes + keys), keys, 0u);
   } else if (keys != 0) {
-    nodes = NewBlock<VmNode>(state, keys);
+    part.nodes = NewBlock<VmNode>(state, keys);
   }
-  for (std::size_t i = 0; i < keys; ++i) nodes[i] = VmNode();
-  table.nodes = nodes;
-  table.nodeLimit = static_cast<std::uint32_t>(keys);
-  table.log2NodeCount = static_cast<std::uint8_t>(log2NodeCount);
-  if (table.IsSmall()) {
-    table.layout = VmNodePlaces::Fresh(static_cast<std::uint32_t>(count)).Word();
-  } else {
-    std::fill_n(table.Links(), count, 0u);
-    table.layout = static_cast<std::uint32_t>(count - 1);
-  }
+  std::fill_n(part.nodes, keys, VmNode());
+  part.limit = static_cast<std::uint32_t>(keys);
+  return part;
+}
+
+void SetNodes(VmTable& table, const VmNodePart& part) {
+  table.nodes = part.nodes;
+  table.nodeLimit = part.limit;
+  table.log2NodeCount = static_cast<std::uint8_t>(part.log2NodeCount);
+  const std::uint32_t count = std::uint32_t{1} << part.log2NodeCount;
+  table.layout = table.IsSmall() ? VmNodePlaces::Fresh(count).Word() : count - 1;
 }
 
 void FreeNodes(VmState& state, VmNode* nodes, std::uint32_t limit, bool isSmall) {
@@ -185,8 +193,16 @@ void Resize(VmState& state, VmTable& table, int arraySize, int hashKeys,
             std::span<const VmNode> oldNodes) {
   const int oldArraySize = table.arraySize;
   const int exponent = hashKeys > 0 ? std::bit_width(static_cast<unsigned>(hashKeys)) : 0;
-  if (arraySize > oldArraySize) SetArraySize(state, table, arraySize);
-  SetNodes(state, table, exponent, static_cast<std::size_t>(hashKeys));
+  const VmNodePart part = MakeNodes(state, exponent, static_cast<std::size_t>(hashKeys));
+  if (arraySize > oldArraySize) {
+    try {
+      SetArraySize(state, table, arraySize);
+    } catch (...) {
+      FreeNodes(state, part.nodes, part.limit, exponent <= VmTable::largestSmallLog2);
+      throw;
+    }
+  }
+  SetNodes(table, part);
   if (arraySize < oldArraySize) {
     table.arraySize = arraySize;
     for (int i = arraySize; i < oldArraySize; ++i) {
@@ -310,12 +326,22 @@ class SmallPlaces : public VmNodePlaces {
 
 VmValue& InsertLarge(VmState& state, VmTable& table, VmValue key) {
   LargePlaces places(table);
+  if (places.IsTaken(places.LastFree())) {
+    // An earlier key found no memory to grow, and has left its node behind.
+    ResizeFor(state, table, {table.nodes, table.nodeLimit});
+    return TableSet(state, table, key);
+  }
   VmNode& node = table.nodes[PlaceKey(table, places, key)];
   node.key = key;
   if (FindFreePlace(places)) return node.value;
   // So that the new key counts.
   node.value = VmValue(1.0);
-  ResizeFor(state, table, {table.nodes, table.nodeLimit});
+  try {
+    ResizeFor(state, table, {table.nodes, table.nodeLimit});
+  } catch (...) {
+    node.value.SetNil();
+    throw;
+  }
   return CountedSlot(table, key);
 }
 
@@ -394,7 +420,7 @@ VmTable* NewTable(VmState& state, int arraySize, int log2NodeCount) {
   if (arraySize > 0) SetArraySize(state, *table, arraySize);
   if (log2NodeCount > 0) {
     // Who asks for a small hash part is about to store one key or two.
-    SetNodes(state, *table, log2NodeCount, static_cast<std::size_t>(log2NodeCount));
+    SetNodes(*table, MakeNodes(state, log2NodeCount, static_cast<std::size_t>(log2NodeCount)));
   }
   return table;
 }

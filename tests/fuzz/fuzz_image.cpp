@@ -61,7 +61,12 @@ CommandResult Protect(VmState& state) {
 }
 
 CommandResult Give(VmState& state) {
-  return vmArgInt(state, 1);
+  const int code = vmArgInt(state, 1);
+  for (int i = 0; i < code && code <= vmMaxResults; ++i) {
+    if (!vmCheckStack(state, 1)) return Error::StackOverflow;
+    vmPushNumber(state, i);
+  }
+  return code;
 }
 
 CommandResult Jump(VmState& state) {

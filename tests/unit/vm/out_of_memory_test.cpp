@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <new>
+#include <random>
 
 #include "unit/vm/machine.h"
 
@@ -71,6 +73,43 @@ TEST(OutOfMemory, EndsAScriptWhereverItHappens) {
     EXPECT_EQ(machine.Run(Hoarder()), "500");
   }
   EXPECT_GT(finished, 0);
+}
+
+TEST(OutOfMemory, AStoreThatFailsLeavesTheTableAsItWas) {
+  Machine machine;
+  VmState& state = machine.State();
+  VmGlobals& globals = *state.globals;
+  globals.collectAlways = false;
+  std::mt19937 random(5);
+  for (int round = 0; round < 300; ++round) {
+    vmSetTop(state, 0);
+    vmCollect(state);
+    vmNewTable(state);
+    std::map<double, int> expected;
+    for (int i = 0; i < 60; ++i) {
+      // Some keys are for the array and some are not.
+      const double key = static_cast<int>(random() % 40) * (random() % 2 == 0 ? 1 : 1.5);
+      vmPushNumber(state, key);
+      vmPushNumber(state, i);
+      if (random() % 3 == 0) globals.heap.SetLimit(0);
+      if (vmProtectedRun(state, [&] { vmRawSet(state, 1); }) == 0) expected[key] = i;
+      globals.heap.SetLimit(std::size_t{1} << 30);
+      vmSetTop(state, 1);
+      std::map<double, int> found;
+      vmPushNil(state);
+      while (vmNext(state, 1)) {
+        found[vmToNumber(state, -2)] = static_cast<int>(vmToNumber(state, -1));
+        vmPop(state, 1);
+      }
+      ASSERT_EQ(found, expected) << round << ' ' << i;
+      for (const auto& [known, value] : expected) {
+        vmPushNumber(state, known);
+        vmRawGet(state, 1);
+        ASSERT_EQ(vmToNumber(state, -1), value);
+        vmPop(state, 1);
+      }
+    }
+  }
 }
 
 }  // namespace
