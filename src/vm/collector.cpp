@@ -63,8 +63,6 @@ void Collector::MarkUnreached(VmObject* object) {
       Mark(*static_cast<VmUpvalue*>(object)->location);
       break;
     case VmKind::Table:
-      __builtin_prefetch(static_cast<VmTable*>(object)->nodes);
-      [[fallthrough]];
     case VmKind::Function:
     case VmKind::Proto:
       globals_.gray.push_back(object);
