@@ -96,6 +96,27 @@ TEST_F(LayerRequests, LayersOfASelectedPictureAppearWhenTheSelectionEnds) {
   EXPECT_EQ(stage.Shown(70, 69), 0u);
 }
 
+TEST_F(LayerRequests, OnlyARealDrawIntoABrushLeavesItsLayersACopy) {
+  AddLayerTo(*stage.Display().bgpic, 0, 0);
+  ASSERT_EQ(stage.Call("CreateBrush", {2, 5, 5, 0x00FF00}), 0);
+  const qmLayer& layer = *stage.Display().bgpic->layers.front();
+  ASSERT_EQ(stage.Call("SelectBrush", {1}), 0);
+  ASSERT_EQ(stage.Call("EndSelect"), 0);
+  EXPECT_EQ(layer.id.number, 1);
+  ASSERT_EQ(stage.Call("SelectBrush", {1}), 0);
+  stage.Brush(1).locked = 1;
+  EXPECT_EQ(stage.Call("DisplayBrush", {2, 0, 0}), 1314);
+  stage.Brush(1).locked = 0;
+  EXPECT_EQ(layer.id.number, 1);
+  ASSERT_EQ(stage.Call("DisplayBrush", {2, 0, 0}), 0);
+  EXPECT_EQ(layer.id.number, 0);
+  ASSERT_EQ(stage.Call("EndSelect"), 0);
+  EXPECT_EQ(stage.Brush(1).planes.bitmap->Color(0, 0), 0x00FF00u);
+  const auto shown = LayerPlanes(*stage.scene, layer, *layer.output, true, -1);
+  ASSERT_TRUE(shown);
+  EXPECT_EQ(shown->planes.bitmap->Color(0, 0), blue);
+}
+
 TEST_F(LayerRequests, PictureThatIsShownBringsItsLayersAlong) {
   ASSERT_EQ(stage.Call("CreateBGPic", {2, 100, 80, 0xFF0000}), 0);
   AddLayerTo(stage.BGPic(2), 30, 20);
