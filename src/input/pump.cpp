@@ -37,6 +37,7 @@ class Pump {
   void HandleMove(qmDisplay& display, const WindowMessage& message);
   void HandleResize(qmDisplay& display, const WindowMessage& message);
   void HandleKey(qmDisplay& display, const WindowMessage& message);
+  [[nodiscard]] bool IsCommandKey(const qmDisplay& display, int key) const;
   bool HandleCommandKey(qmDisplay& display, const WindowMessage& message);
   void HandleMouseButton(qmDisplay& display, const WindowMessage& message);
   void AskToHide(qmDisplay& display);
@@ -137,7 +138,9 @@ void Pump::Handle(const WindowMessage& message) {
 void Pump::HandleActivation(qmDisplay& display, bool active) {
   PostRawEvent(input_, display, active ? RawEventKind::WindowActive : RawEventKind::WindowInactive);
   display.input.windowActive = active;
-  if (!active) display.input.keyState.fill(false);
+  if (active) return;
+  display.input.keyState.fill(false);
+  display.input.commandKey = -1;
 }
 
 void Pump::HandleMove(qmDisplay& display, const WindowMessage& message) {
@@ -156,20 +159,30 @@ void Pump::HandleResize(qmDisplay& display, const WindowMessage& message) {
   resizes_.push_back({&display, message.x, message.y});
 }
 
+bool Pump::IsCommandKey(const qmDisplay& display, int key) const {
+  if (key == 'h' || key == 'H') return true;
+  return key == static_cast<int>(Key::Return) && OwnsScreen(scene_, display) &&
+         !display.Has(displayNoModeSwitch);
+}
+
+/// The keys that hide a display and switch its mode act when they come up, in whatever order the
+/// user lets go of them and of the command key.
 bool Pump::HandleCommandKey(qmDisplay& display, const WindowMessage& message) {
-  if ((message.qualifiers & eitherCommand) == 0) return false;
-  if (message.key == 'h' || message.key == 'H') {
-    if (!message.pressed && !display.Has(displayNoHide)) AskToHide(display);
-    return true;
+  DisplayInput& input = display.input;
+  if (message.pressed) {
+    const bool isCommand =
+        (message.qualifiers & eitherCommand) != 0 && IsCommandKey(display, message.key);
+    if (isCommand) input.commandKey = message.key;
+    return isCommand;
   }
-  const bool isReturn = message.key == static_cast<int>(Key::Return);
-  if (isReturn && OwnsScreen(scene_, display) && !display.Has(displayNoModeSwitch)) {
-    if (!message.pressed && !display.input.requesterActive) {
-      display.input.pendingModeSwitch = scene_.fullScreen ? 0 : 1;
-    }
-    return true;
+  if (message.key != input.commandKey) return false;
+  input.commandKey = -1;
+  if (message.key != static_cast<int>(Key::Return)) {
+    if (!display.Has(displayNoHide)) AskToHide(display);
+  } else if (!input.requesterActive) {
+    input.pendingModeSwitch = scene_.fullScreen ? 0 : 1;
   }
-  return false;
+  return true;
 }
 
 void Pump::HandleKey(qmDisplay& display, const WindowMessage& message) {

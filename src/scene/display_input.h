@@ -32,6 +32,8 @@ struct DisplayInput {
   /// A press of the close gadget must not end the program.
   bool closeHandled = false;
   bool windowActive = false;
+  /// The key that went down together with a command key and belongs to the player; -1 is none.
+  int commandKey = -1;
   /// A request stands before the user: the display is neither hidden nor switched by the user.
   bool requesterActive = false;
 
@@ -49,6 +51,7 @@ struct DisplayInput {
     leftMouseDown = rightMouseDown = midMouseDown = false;
     mouseMoved = false;
     windowActive = false;
+    commandKey = -1;
   }
 };
 

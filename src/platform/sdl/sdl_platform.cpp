@@ -11,6 +11,7 @@
 #include "platform/sdl/sdl_services.h"
 #include "platform/sdl/sdl_time.h"
 #include "platform/sdl/sdl_windows.h"
+#include "platform/sdl/x11_desktop.h"
 
 namespace quillmere {
 namespace {
@@ -40,6 +41,7 @@ class VideoSystem {
     // What SDL says is of more use to the user than the facility's name alone.
     if (!open_) std::fprintf(stderr, "%s\n", SDL_GetError());
     if (open_) SDL_EnableScreenSaver();
+    if (open_) OutliveX11Errors();
     return open_;
   }
 

@@ -23,6 +23,11 @@ using namespace std::chrono_literals;
 /// A window manager that has not answered by then does not know the question.
 constexpr auto longestAnswer = 200ms;
 
+bool IsOnX11() {
+  const char* driver = SDL_GetCurrentVideoDriver();
+  return driver != nullptr && std::string_view(driver) == "x11" && XlibIsThere();
+}
+
 struct FreeData {
   void operator()(unsigned char* data) const { XFree(data); }
 };
@@ -84,9 +89,11 @@ void CloseX11Display::operator()(_XDisplay* display) const {
 }
 
 X11Connection ConnectToX11() {
-  const char* driver = SDL_GetCurrentVideoDriver();
-  if (driver == nullptr || std::string_view(driver) != "x11" || !XlibIsThere()) return nullptr;
-  return X11Connection(XOpenDisplay(nullptr));
+  return X11Connection(IsOnX11() ? XOpenDisplay(nullptr) : nullptr);
+}
+
+void OutliveX11Errors() {
+  if (IsOnX11()) XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
 }
 
 std::optional<X11FrameExtents> AskX11FrameExtents() {

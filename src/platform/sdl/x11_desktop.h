@@ -18,6 +18,11 @@ struct X11FrameExtents {
   int bottom = 0;
 };
 
+/// Lets requests that the server refuses pass. SDL wakes its own wait through a second connection,
+/// by an event to a window that may have been closed before the event arrives; Xlib would end the
+/// program for it.
+void OutliveX11Errors();
+
 /// Asks the window manager for the frame of a window that is not open yet.
 [[nodiscard]] std::optional<X11FrameExtents> AskX11FrameExtents();
 
