@@ -3,10 +3,12 @@
 #include <string>
 
 #include "base/fold.h"
+#include "codecs/picture_reader.h"
 #include "files/virtual_file.h"
 #include "lib/icon_file.h"
-#include "lib/lib_state.h"
+#include "lib/icon_picture.h"
 #include "lib/system_commands.h"
+#include "scene/scene_state.h"
 
 namespace quillmere::system_library {
 namespace {
@@ -36,6 +38,21 @@ Result<IconFile> ReadIcon(Host& host, const std::string& name) {
   std::optional<IconFile> icon = ParseIcon(*bytes);
   if (!icon) return host.errors.Fail(Error::CannotReadFile, name);
   return std::move(*icon);
+}
+
+/// The picture of an icon, or else of a picture file of that very name. Nothing when there is
+/// neither: the windows keep the icon that they have.
+std::optional<PixelImage> ReadIconPicture(Host& host, const std::string& name) {
+  if (const auto bytes = ReadWholeFile(host, IconName(name), largestIconFile)) {
+    const std::optional<IconFile> icon = ParseIcon(*bytes);
+    return icon ? IconPicture(*icon) : std::nullopt;
+  }
+  auto picture = ReadPicture(host, name, {.alphaMode = AlphaMode::Optional, .penTable = {}});
+  if (!picture) return std::nullopt;
+  if (!picture->hasAlpha) {
+    for (std::uint32_t& pixel : picture->pixels) pixel |= 0xFF000000;
+  }
+  return PixelImage{picture->width, picture->height, std::move(picture->pixels)};
 }
 
 /// A name beside `name` that no file bears.
@@ -148,7 +165,9 @@ CommandResult SetIconProperties(VmState& state) {
 
 CommandResult SetWBIcon(VmState& state) {
   vmCheckArgs(state, 1, 1);
-  vmRoom<LibState>(state).hiddenIcon = CutIconSuffix(vmArgString(state, 1));
+  if (auto picture = ReadIconPicture(vmHost(state), std::string(vmArgString(state, 1)))) {
+    SetWindowIcon(vmRoom<SceneState>(state), std::move(*picture));
+  }
   return 0;
 }
 

@@ -64,15 +64,19 @@ class Reader {
     return texts;
   }
 
-  /// Passes over a picture: a header and its planes, rows padded to 16 pixels.
-  bool SkipImage() {
+  /// Takes a picture: a header and, unless it says that there are none, its planes.
+  std::optional<IconPlanes> TakeImage() {
     const auto header = Take(imageHeaderSize);
-    if (!header) return false;
-    if (LoadBig<std::uint32_t>(header->data() + imageDataAt) == 0) return true;
-    const std::uint64_t width = LoadBig<std::uint16_t>(header->data() + widthAt);
-    const std::uint64_t height = LoadBig<std::uint16_t>(header->data() + heightAt);
-    const std::uint64_t depth = LoadBig<std::uint16_t>(header->data() + depthAt);
-    return Take((width + 15) / 16 * 2 * height * depth).has_value();
+    if (!header) return std::nullopt;
+    if (LoadBig<std::uint32_t>(header->data() + imageDataAt) == 0) return IconPlanes{};
+    IconPlanes image{.width = LoadBig<std::uint16_t>(header->data() + widthAt),
+                     .height = LoadBig<std::uint16_t>(header->data() + heightAt),
+                     .depth = LoadBig<std::uint16_t>(header->data() + depthAt),
+                     .data = {}};
+    const auto data = Take((image.width + 15) / 16 * 2 * image.height * image.depth);
+    if (!data) return std::nullopt;
+    image.data = *data;
+    return image;
   }
 
   [[nodiscard]] std::span<const std::uint8_t> Left() const { return left_; }
@@ -128,8 +132,8 @@ std::optional<IconFile> ParseIcon(std::span<const std::uint8_t> bytes) {
 
   const std::span<const std::uint8_t> behindRecord = reader.Left();
   if (IsSet(icon, drawerAt) && !reader.Take(drawerSize)) return std::nullopt;
-  if (IsSet(icon, firstImageAt) && !reader.SkipImage()) return std::nullopt;
-  if (IsSet(icon, secondImageAt) && !reader.SkipImage()) return std::nullopt;
+  if (IsSet(icon, firstImageAt) && !reader.TakeImage()) return std::nullopt;
+  if (IsSet(icon, secondImageAt) && !reader.TakeImage()) return std::nullopt;
   const auto images = behindRecord.first(behindRecord.size() - reader.Left().size());
   icon.images.assign(images.begin(), images.end());
 
@@ -137,6 +141,15 @@ std::optional<IconFile> ParseIcon(std::span<const std::uint8_t> bytes) {
   if (IsSet(icon, toolTypesAt) && !(icon.toolTypes = reader.TakeTexts())) return std::nullopt;
   icon.rest.assign(reader.Left().begin(), reader.Left().end());
   return icon;
+}
+
+std::optional<IconPlanes> FirstPicture(const IconFile& icon) {
+  Reader reader(icon.images);
+  if (!IsSet(icon, firstImageAt)) return std::nullopt;
+  if (IsSet(icon, drawerAt) && !reader.Take(drawerSize)) return std::nullopt;
+  const std::optional<IconPlanes> image = reader.TakeImage();
+  if (!image || image->data.empty()) return std::nullopt;
+  return image;
 }
 
 std::vector<std::uint8_t> BuildIcon(const IconFile& icon) {

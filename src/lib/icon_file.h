@@ -47,6 +47,17 @@ struct IconFile {
 /// Takes an icon file apart; nothing when it is none or is cut short.
 [[nodiscard]] std::optional<IconFile> ParseIcon(std::span<const std::uint8_t> bytes);
 
+/// The bit planes of an icon's picture, one behind the other, rows padded to 16 pixels.
+struct IconPlanes {
+  std::size_t width = 0;
+  std::size_t height = 0;
+  std::size_t depth = 0;
+  std::span<const std::uint8_t> data;
+};
+
+/// The first picture of an icon, a part of `icon`; nothing when there is none, or an empty one.
+[[nodiscard]] std::optional<IconPlanes> FirstPicture(const IconFile& icon);
+
 /// Puts an icon file together.
 [[nodiscard]] std::vector<std::uint8_t> BuildIcon(const IconFile& icon);
 

@@ -44,9 +44,6 @@ struct LibState {
   /// Where the last file or path requester was left.
   std::string requestDirectory;
   std::string requestFile;
-
-  /// The icon that stands for a hidden display, without its ".info".
-  std::string hiddenIcon;
 };
 
 }  // namespace quillmere

@@ -39,6 +39,7 @@ class MemoryWindow final : public PlatformWindow {
   void Fill(int x, int y, int width, int height, std::uint32_t color) override;
   void MoveSize(int x, int y, int width, int height) override;
   void SetTitle(std::string_view title) override { options.title = title; }
+  void SetIcon(const PixelView& image) override { icon = CopyPixels(image); }
   void Activate() override;
   void ToFront() override;
   void ToBack() override;
@@ -68,6 +69,7 @@ class MemoryWindow final : public PlatformWindow {
   WindowOptions options;
   std::vector<Rectangle> dragRegions;
   std::vector<Rectangle> sizeRegions;
+  PixelImage icon;
   const PlatformPointer* pointer = nullptr;
   bool pointerShown = true;
   bool iconified = false;

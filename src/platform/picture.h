@@ -1,6 +1,7 @@
 // Pictures as they cross the border of the platform.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -20,5 +21,14 @@ struct PixelImage {
   int height = 0;
   std::vector<std::uint32_t> pixels;
 };
+
+[[nodiscard]] inline PixelImage CopyPixels(const PixelView& view) {
+  PixelImage image{view.width, view.height, {}};
+  for (int y = 0; y < view.height; ++y) {
+    const std::uint32_t* row = view.pixels + std::ptrdiff_t{y} * view.stride;
+    image.pixels.insert(image.pixels.end(), row, row + view.width);
+  }
+  return image;
+}
 
 }  // namespace quillmere

@@ -127,6 +127,8 @@ class PlatformWindow {
   /// not defined when the size changes.
   virtual void MoveSize(int x, int y, int width, int height) = 0;
   virtual void SetTitle(std::string_view title) = 0;
+  /// What stands for the window on the desktop, with its alpha.
+  virtual void SetIcon(const PixelView& image) = 0;
   virtual void Activate() = 0;
   virtual void ToFront() = 0;
   virtual void ToBack() = 0;

@@ -226,6 +226,9 @@ struct ResizeRequest {
 /// `OutOfMemory`.
 Status ResizeDisplay(SceneState& scene, qmDisplay& display, const ResizeRequest& request);
 
+/// Gives all windows, now and later, the picture that stands for them on the desktop.
+void SetWindowIcon(SceneState& scene, PixelImage icon);
+
 /// The position of a window, with named places worked out against the screen.
 [[nodiscard]] Rectangle ResolveWindowPosition(SceneState& scene, const qmDisplay& display,
                                               std::int32_t x, std::int32_t y);

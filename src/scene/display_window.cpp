@@ -60,6 +60,12 @@ void SetUpPointer(const SceneState& scene, qmDisplay& display) {
   window.ShowPointer(!hides && !display.pointerHidden);
 }
 
+void SetUpIcon(const SceneState& scene, const qmDisplay& display) {
+  const PixelImage& icon = scene.windowIcon;
+  if (icon.pixels.empty() || !display.window) return;
+  display.window->SetIcon({icon.pixels.data(), icon.width, icon.height, icon.width});
+}
+
 bool AnyPublicOpen(const SceneState& scene) {
   for (const qmDisplay& display : scene.displays.All()) {
     if (display.private1 == 0 && display.state == DisplayState::Open) return true;
@@ -135,9 +141,15 @@ Status OpenDisplayWindow(SceneState& scene, qmDisplay& display, bool active) {
   display.input.windowActive = active;
   UpdateRegions(display);
   SetUpPointer(scene, display);
+  SetUpIcon(scene, display);
   scene.hooks.displayOpened.Call(display);
   RefreshDisplay(scene, display, blitMayScale | blitWhole);
   return {};
+}
+
+void SetWindowIcon(SceneState& scene, PixelImage icon) {
+  scene.windowIcon = std::move(icon);
+  for (const qmDisplay& display : scene.displays.All()) SetUpIcon(scene, display);
 }
 
 void CloseDisplayWindow(SceneState& scene, qmDisplay& display) {

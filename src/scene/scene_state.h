@@ -183,6 +183,9 @@ struct SceneState {
   std::vector<VmCommandEntry> graphicsCommands;
   /// Rectangles noted by a command that touches several layers.
   std::vector<DirtyRect> batchRects;
+  /// What stands for the windows on the desktop, above all for hidden ones; empty for the
+  /// desktop's choice.
+  PixelImage windowIcon;
   /// The scaled picture of the last window update, kept for the next.
   BitmapPtr scaledWindow;
 

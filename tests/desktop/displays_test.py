@@ -48,13 +48,14 @@ Forever
 
 
 def with_applet(script, *switches):
-    """A test that gets a desktop with that script running on it."""
+    """A test that gets a desktop with that script running on it; in the script HOME stands for a
+    directory of its own."""
     def decorate(test):
         def run():
             with Desktop() as desktop:
                 source = os.path.join(desktop.home, "applet.qms")
                 with open(source, "w", encoding="latin-1") as file:
-                    file.write(script)
+                    file.write(script.replace("HOME", desktop.home))
                 applet = os.path.join(desktop.home, "applet.qma")
                 subprocess.run([QMC, source, "-o", applet], check=True)
                 player = Program(desktop,
@@ -129,6 +130,20 @@ def a_window_hides_and_comes_back_with_its_picture(desktop, player):
     desktop.xdotool("key", "super+h")
     player.expect("HideWindow")
     wait_for(lambda: not desktop.has_window("Hide"), "the window to hide")
+
+
+@with_applet("""
+@DISPLAY {Title = "Icon", Width = 100, Height = 100}
+CreateBrush(1, 20, 16, #BLUE)
+SaveBrush(1, "HOME/icon.bmp")
+SetWBIcon("HOME/icon.bmp")
+DebugPrint("ready")
+WaitEvent()
+""")
+def a_window_has_the_icon_of_the_script(desktop, player):
+    window = desktop.window("Icon")
+    wait_for(lambda: "Icon (20 x 16)" in desktop.read(["xprop", "-id", window, "_NET_WM_ICON"]),
+             "the icon")
 
 
 @with_applet("""
@@ -302,6 +317,7 @@ def a_script_that_never_waits_is_seen_and_can_be_closed(desktop, player):
 TESTS = [
     a_window_shows_types_clicks_and_closes,
     a_window_hides_and_comes_back_with_its_picture,
+    a_window_has_the_icon_of_the_script,
     a_resized_picture_fills_its_window,
     a_scaled_picture_keeps_its_proportions,
     a_borderless_window_is_dragged_and_resized_by_its_regions,

@@ -21,15 +21,6 @@ std::optional<int> WithControl(std::uint32_t key) {
   return static_cast<int>(key);
 }
 
-PixelImage CopyPicture(const PixelView& view) {
-  PixelImage image{view.width, view.height, {}};
-  for (int y = 0; y < view.height; ++y) {
-    const std::uint32_t* row = view.pixels + std::ptrdiff_t{y} * view.stride;
-    image.pixels.insert(image.pixels.end(), row, row + view.width);
-  }
-  return image;
-}
-
 }  // namespace
 
 Status HeadlessClipboard::WriteText(std::string_view text) {
@@ -39,7 +30,7 @@ Status HeadlessClipboard::WriteText(std::string_view text) {
 }
 
 Status HeadlessClipboard::WriteImage(const PixelView& image) {
-  content_ = {.kind = ClipboardContent::Kind::Image, .text = {}, .image = CopyPicture(image)};
+  content_ = {.kind = ClipboardContent::Kind::Image, .text = {}, .image = CopyPixels(image)};
   hasChanged_ = true;
   return {};
 }

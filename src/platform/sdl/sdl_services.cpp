@@ -82,13 +82,8 @@ Status SdlClipboard::WriteText(std::string_view text) {
 }
 
 Status SdlClipboard::WriteImage(const PixelView& image) {
-  PixelImage copy{image.width, image.height, {}};
-  for (int y = 0; y < image.height; ++y) {
-    const std::uint32_t* row = image.pixels + std::ptrdiff_t{y} * image.stride;
-    copy.pixels.insert(copy.pixels.end(), row, row + image.width);
-  }
   textBesideImage_ = SystemText();
-  image_ = std::move(copy);
+  image_ = CopyPixels(image);
   hasChanged_ = true;
   return {};
 }

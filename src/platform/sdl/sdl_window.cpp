@@ -222,6 +222,14 @@ void SdlWindow::SetTitle(std::string_view title) {
   SDL_SetWindowTitle(window_.get(), Utf8FromLatin1(title).c_str());
 }
 
+void SdlWindow::SetIcon(const PixelView& image) {
+  // The surface is only read.
+  const std::unique_ptr<SDL_Surface, FreeSurface> surface(SDL_CreateRGBSurfaceWithFormatFrom(
+      const_cast<std::uint32_t*>(image.pixels), image.width, image.height, 32, image.stride * 4,
+      SDL_PIXELFORMAT_ARGB8888));
+  if (surface) SDL_SetWindowIcon(window_.get(), surface.get());
+}
+
 void SdlWindow::Activate() {
   if (!iconified_) SDL_RaiseWindow(window_.get());
 }

@@ -82,6 +82,7 @@ class SdlWindow final : public PlatformWindow {
   void Fill(int x, int y, int width, int height, std::uint32_t color) override;
   void MoveSize(int x, int y, int width, int height) override;
   void SetTitle(std::string_view title) override;
+  void SetIcon(const PixelView& image) override;
   void Activate() override;
   void ToFront() override;
   void ToBack() override;

@@ -162,6 +162,17 @@ TEST(Waiting, EndsWhenTheWindowClosesUnderIt) {
   stage.input.Global(GlobalSlot::SampleEnd).func = vmNoRef;
 }
 
+TEST(Sounds, WaitUntilSomebodyListens) {
+  InputStage stage;
+  int asked = 0;
+  stage.input.nextSoundEvent = [&]() -> std::optional<SoundEvent> {
+    ++asked;
+    return std::nullopt;
+  };
+  ASSERT_EQ(stage->Call("CheckEvent"), 0);
+  EXPECT_EQ(asked, 0);
+}
+
 TEST(Waiting, SleepsOnlyAfterAWholeSweep) {
   InputStage stage;
   // A sound has ended while the sweep stood behind the sounds, and its signal is gone.

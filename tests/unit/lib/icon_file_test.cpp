@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/byte_order.h"
+#include "lib/icon_picture.h"
 
 namespace quillmere {
 namespace {
@@ -58,6 +59,24 @@ TEST(IconFile, TakesItselfApartAndTogether) {
   EXPECT_EQ(icon->toolTypes, (std::vector<std::string>{"A=1", "(B)"}));
   EXPECT_EQ(std::string(icon->rest.begin(), icon->rest.end()), "FORMtail");
   EXPECT_EQ(BuildIcon(*icon), bytes);
+}
+
+TEST(IconFile, ShowsItsPictureInTheColoursOfTheDesktop) {
+  Bytes bytes = MakeIcon();
+  const std::size_t firstPlane = IconFile::recordSize + 56 + 20;
+  bytes[firstPlane] = 0x3F;  // beside 0x5A in the two other planes
+  const auto picture = IconPicture(*ParseIcon(bytes));
+  ASSERT_TRUE(picture);
+  ASSERT_EQ(picture->width, 17);
+  ASSERT_EQ(picture->pixels.size(), 34u);
+  EXPECT_EQ(picture->pixels[0] >> 24, 0u) << "pen 0 is transparent";
+  EXPECT_EQ(picture->pixels[1], 0xFFAA907Cu) << "pen 6";
+  EXPECT_EQ(picture->pixels[3], 0xFFFFA997u) << "pen 7";
+  EXPECT_EQ(picture->pixels[16] >> 24, 0u) << "the third byte of a row of four";
+  EXPECT_EQ(picture->pixels[18], 0xFFFFA997u) << "the second row";
+  Bytes none(IconFile::recordSize, 0);
+  StoreBig<std::uint16_t>(none.data(), 0xE310);
+  EXPECT_FALSE(IconPicture(*ParseIcon(none)));
 }
 
 TEST(IconFile, KeepsTheRestWhenSettingsChange) {

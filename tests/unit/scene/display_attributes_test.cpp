@@ -157,6 +157,15 @@ TEST(DisplayAttributes, LayerScalingNeedsSwitchableLayers) {
   EXPECT_EQ(stage.Display().scaleFactorX, 2.0);
 }
 
+TEST(DisplayAttributes, AnIconStandsForAllWindows) {
+  Stage stage;
+  ASSERT_EQ(stage.Call("CreateDisplay", {2, Fields({{"width", 40}})}), 0);
+  SetWindowIcon(*stage.scene, {2, 1, {0xFF112233, 0x00000000}});
+  EXPECT_EQ(WindowOf(stage.Display(1)).icon.width, 2);
+  ASSERT_EQ(stage.Call("OpenDisplay", {2}), 0);
+  EXPECT_EQ(WindowOf(stage.Display(2)).icon.pixels[0], 0xFF112233u);
+}
+
 TEST(DisplaySelection, OfTheCurrentDisplayDoesNothing) {
   Stage stage;
   ASSERT_EQ(stage.Call("CreateDisplay", {2, Fields({{"width", 40}})}), 0);
