@@ -49,10 +49,12 @@ std::optional<PixelImage> ReadIconPicture(Host& host, const std::string& name) {
   }
   auto picture = ReadPicture(host, name, {.alphaMode = AlphaMode::Optional, .penTable = {}});
   if (!picture) return std::nullopt;
+  const qmBitmap& bitmap = *picture->pixels;
+  PixelImage image = CopyPixels({bitmap.Row(0), bitmap.width, bitmap.height, bitmap.pixelsPerRow});
   if (!picture->hasAlpha) {
-    for (std::uint32_t& pixel : picture->pixels) pixel |= 0xFF000000;
+    for (std::uint32_t& pixel : image.pixels) pixel |= 0xFF000000;
   }
-  return PixelImage{picture->width, picture->height, std::move(picture->pixels)};
+  return image;
 }
 
 /// A name beside `name` that no file bears.

@@ -103,7 +103,9 @@ class AttributeChange {
   Rectangle TargetSize() {
     const DisplaySettings& settings = options_.settings;
     if (settings.HasEngine()) {
-      if (settings.Has(displayFitScale)) return FittedArea();
+      if (settings.Has(displayFitScale)) {
+        return LargestInner(scene_, settings, display_.private1 != 0);
+      }
       if (fitChanges_ && settings.HasScaleSize() && options_.scaleSizeGiven) {
         return {0, 0, settings.scaleWidth, settings.scaleHeight};
       }
@@ -114,15 +116,6 @@ class AttributeChange {
       return {0, 0, display_.width, display_.height};
     }
     return {0, 0, settings.width, settings.height};
-  }
-
-  Rectangle FittedArea() {
-    const bool isBorderless = options_.settings.Has(displayBorderless);
-    const FrameSizes frame = scene_.platform().windows().GetFrameSizes(isBorderless);
-    const Rectangle area =
-        isBorderless && display_.private1 != 0 ? ScreenArea(scene_) : UsableArea(scene_);
-    return {0, 0, std::max(1, area.width - frame.left - frame.right),
-            std::max(1, area.height - frame.top - frame.bottom)};
   }
 
   Status RequireTargetFits(const Rectangle& target) {

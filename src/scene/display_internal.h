@@ -22,6 +22,11 @@ struct SceneState;
 [[nodiscard]] Status RequireFit(SceneState& scene, const qmDisplay& display, std::int32_t width,
                                 std::int32_t height);
 
+/// The inner size of a window that takes all the room that there is; the backdrop may take that of
+/// the title bar too.
+[[nodiscard]] Rectangle LargestInner(SceneState& scene, const DisplaySettings& settings,
+                                     bool isBackdrop);
+
 /// Works out the scale size and the margins of a window `width` by `height` for a scale engine.
 /// With kept proportions the picture is fitted into the box, which may be smaller than the window.
 void FitPicture(DisplaySettings& settings, const qmBGPic& bgpic, std::int32_t boxWidth,

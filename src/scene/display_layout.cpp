@@ -98,6 +98,14 @@ void FitPicture(DisplaySettings& settings, const qmBGPic& bgpic, std::int32_t bo
   settings.marginBottom = settings.height - settings.scaleHeight - settings.marginTop;
 }
 
+Rectangle LargestInner(SceneState& scene, const DisplaySettings& settings, bool isBackdrop) {
+  const bool isBorderless = settings.Has(displayBorderless);
+  const FrameSizes frame = scene.platform().windows().GetFrameSizes(isBorderless);
+  const Rectangle area = isBorderless && isBackdrop ? ScreenArea(scene) : UsableArea(scene);
+  return {0, 0, std::max(1, area.width - frame.left - frame.right),
+          std::max(1, area.height - frame.top - frame.bottom)};
+}
+
 Status MakeBuffers(qmDisplay& display) {
   const qmBitmap& picture = *display.bgpic->shown.bitmap;
   BitmapPtr canvas = TRY(CopyOf(picture));
@@ -155,12 +163,9 @@ Status PrepareBuffers(SceneState& scene, qmDisplay& display) {
   std::int32_t boxHeight = display.scaleHeight;
   const bool hadScaleSize = display.HasScaleSize();
   if (display.Has(displayFitScale)) {
-    const bool isBorderless = display.Has(displayBorderless);
-    const FrameSizes frame = scene.platform().windows().GetFrameSizes(isBorderless);
-    const Rectangle area =
-        isBorderless && display.private1 != 0 ? ScreenArea(scene) : UsableArea(scene);
-    display.width = std::max(1, area.width - frame.left - frame.right);
-    display.height = std::max(1, area.height - frame.top - frame.bottom);
+    const Rectangle inner = LargestInner(scene, display, display.private1 != 0);
+    display.width = inner.width;
+    display.height = inner.height;
     boxWidth = hadScaleSize ? std::min(boxWidth, display.width) : display.width;
     boxHeight = hadScaleSize ? std::min(boxHeight, display.height) : display.height;
   }
