@@ -145,5 +145,37 @@ TEST_F(BrushPixels, TransparencyAndInversionMakeTheirPlanes) {
   }
 }
 
+TEST_F(BrushPixels, SizesOutOfReachAreRefusedAndLeaveTheBrush) {
+  constexpr int outOfMemory = static_cast<int>(Error::OutOfMemory);
+  MakeBrush(1, 65536, 2);
+  const auto before = Clone(*PlanesOf(1).bitmap);
+  const std::pair<const char*, std::vector<Arg>> refused[] = {
+      {"CreateBrush", {2, 65537, 1}},
+      {"CreateBrush", {2, 65536, 65536}},
+      {"CreateBrush", {2, 2147483647, 2147483647}},
+      {"CreateBGPic", {2, 1, 65537}},
+      {"ScaleBrush", {1, 65537, 1}},
+      {"ScaleBrush", {1, 65536, 65536, 1}},
+      {"ScaleBrush", {1, 1e300, 2}},
+      {"ScaleBrush", {1, "1000%", "1000000000%"}},
+      {"RotateBrush", {1, 45}},
+      {"RotateBrush", {1, 0, 1e9, 1e9}},
+      {"RotateBrush", {1, 1, 1e300, -1e300, 1}},
+      {"TransformBrush", {1, 1, 1e12, -1e12, 1, 1}},
+  };
+  for (const auto& [command, arguments] : refused) {
+    EXPECT_EQ(stage.Call(command, arguments), outOfMemory) << command;
+  }
+  EXPECT_TRUE(test::SamePixels(*PlanesOf(1).bitmap, *before));
+  EXPECT_EQ(stage.Call("FloodFill", {1, 65536, 0, 0, 0}),
+            static_cast<int>(Error::SpecifiedCoordinatesOutRange));
+  EXPECT_EQ(stage.Call("CropBrush", {1, 2147483647, 0, 5, 5}),
+            static_cast<int>(Error::SpecifiedCoordinatesOutRange));
+  ASSERT_EQ(stage.Call("CropBrush", {1, 65535, 1, 2147483647, 2147483647}), 0);
+  EXPECT_EQ(PlanesOf(1).bitmap->Color(0, 0), before->Color(65535, 1));
+  ASSERT_EQ(stage.Call("ScaleBrush", {1, 65536, 3, 1}), 0);
+  EXPECT_EQ(PlanesOf(1).bitmap->Color(65535, 2), before->Color(65535, 1));
+}
+
 }  // namespace
 }  // namespace quillmere
