@@ -265,7 +265,8 @@ class Bench {
     const Planes kinds[] = {{source_, mask_, nullptr}, {source_, nullptr, noise_}};
     for (const Planes& planes : kinds) {
       Compare(
-          planes.mask ? "the same of a picture with a mask" : "the same of a picture with alpha",
+          planes.mask ? "smooth rotation of a picture with a mask"
+                      : "smooth rotation of a picture with alpha",
           [&] {
             (void)TransformPlanes(planes, {0, 0, width, height}, matrix, true);
           },
