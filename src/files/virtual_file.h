@@ -157,7 +157,7 @@ inline constexpr std::size_t wholeFileLimit = std::size_t{1} << 30;
 [[nodiscard]] Result<std::vector<std::uint8_t>> ReadWholeFile(Host& host, std::string_view name,
                                                               std::size_t limit = wholeFileLimit);
 
-// ---- Names
+// Names.
 
 /// A path as the platform takes it: backslashes become "/" and "./" is dropped. Names of 1024 bytes
 /// and more pass unchanged.
@@ -180,7 +180,7 @@ inline constexpr std::size_t normalisedNameLimit = 1024;
 /// Whether a name begins with three colons.
 [[nodiscard]] bool IsVirtualName(std::string_view name);
 
-// ---- Looking names up
+// Looking names up.
 
 /// A name that was found to exist.
 struct NameLock {
@@ -197,7 +197,7 @@ struct NameLock {
 /// "unknown".
 [[nodiscard]] std::string FullPathOfName(Host& host, const NameLock& lock);
 
-// ---- For decoders that know nothing of virtual names
+// For decoders that know nothing of virtual names.
 
 /// A picture or sound for an outside decoder: the bytes, or the path of a real file.
 struct DecoderSource {
@@ -209,7 +209,7 @@ struct DecoderSource {
 /// absolute paths. `Error::CannotReadFile` with the name when there is no such file.
 [[nodiscard]] Result<DecoderSource> PrepareDecoderSource(Host& host, std::string_view name);
 
-// ---- Temporary files
+// Temporary files.
 
 /// Makes an empty temporary file and returns its path; empty when that fails. It is deleted when
 /// the program ends.

@@ -174,7 +174,7 @@ struct qmDisplay : ObjectRecord, DisplaySettings {
   [[nodiscard]] bool HasSelection() const { return outputType != ObjectType::DISPLAY; }
 };
 
-// ---- Finding
+// Finding.
 
 /// The display of an identifier. Errors: `DisplayNotFound`, `ObjectNotFound`.
 [[nodiscard]] Result<qmDisplay*> FindDisplay(SceneState& scene, const ObjectId& id);
@@ -185,7 +185,7 @@ struct qmDisplay : ObjectRecord, DisplaySettings {
 /// The display of a platform window, or null.
 [[nodiscard]] qmDisplay* DisplayOf(SceneState& scene, const PlatformWindow* window);
 
-// ---- Making and freeing
+// Making and freeing.
 
 /// Makes a display from the options in the table at `tableIndex` (0 for none). The record is linked
 /// and stays closed. The identifier is given back with its handle filled in.
@@ -194,7 +194,7 @@ Result<ObjectId> MakeDisplay(VmState& state, ObjectId id, int tableIndex);
 /// Closes a display and takes it from the list; no check is made.
 void DestroyDisplay(SceneState& scene, qmDisplay& display);
 
-// ---- Windows
+// Windows.
 
 /// Opens the window and paints the whole picture. Errors: `CannotChangeDisplaySize` with the size
 /// when it does not fit the screen, and those of the platform.
@@ -255,7 +255,7 @@ Status SwitchDisplayMode(VmState& state, std::int32_t mode, std::int32_t width,
 /// of the desktop's, and from a full screen to windows.
 Status ToggleDisplayMode(VmState& state);
 
-// ---- Start
+// Start.
 
 /// Opens the screen, the backdrop and every display that is not hidden, and makes the first active
 /// one current. Prints the progress lines of this step.

@@ -138,7 +138,7 @@ struct VmState {
   return frame.base[-1].closure();
 }
 
-// ---- memory.cpp
+// In memory.cpp:
 
 /// The door to memory: new size 0 frees. Keeps the account; a failure throws `OutOfMemory`.
 void* vmRealloc(VmState& state, void* block, std::size_t oldSize, std::size_t newSize);
@@ -166,7 +166,7 @@ void FreeBlock(VmState& state, T* block, std::size_t count) {
   state.globals->bytesInUse -= count * sizeof(T);
 }
 
-// ---- strings.cpp
+// In strings.cpp:
 
 VmString* NewString(VmState& state, std::string_view bytes);
 /// A string whose bytes are yet to be written; it is none of the machine's until `InternString`.
@@ -178,7 +178,7 @@ VmString* NewString(VmState& state, std::string_view bytes);
 void FreeString(VmState& state, VmString* string);
 void ResizeStringTable(VmState& state, std::size_t size);
 
-// ---- objects.cpp
+// In objects.cpp:
 
 [[nodiscard]] VmClosure* NewScriptClosure(VmState& state, VmProto* proto, VmTable* environment);
 [[nodiscard]] VmClosure* NewNativeClosure(VmState& state, VmNative entry, int upvalueCount);
@@ -196,7 +196,7 @@ void CloseUpvalues(VmState& state, const VmValue* level);
 void ReleaseObject(VmState& state, VmObject& object);
 void FreeUserdata(VmState& state, VmUserdata* userdata);
 
-// ---- collector.cpp
+// In collector.cpp:
 
 void vmCollect(VmState& state);
 inline void vmCheckGC(VmState& state);
@@ -206,7 +206,7 @@ void CallFinalizers(VmState& state);
 void SeparateAllUserdata(VmState& state);
 void FreeAllObjects(VmState& state);
 
-// ---- calls.cpp
+// In calls.cpp:
 
 /// What a native handed back: its results lie from `first` up to the top; else `code` is an error
 /// code, or -1 or -2 for a jump, and there are none.
@@ -241,13 +241,13 @@ void RecoverState(VmState& state, std::ptrdiff_t frameOffset, int nativeCalls, b
                   std::ptrdiff_t oldTop);
 void CallHook(VmState& state, VmHookEvent event, int line);
 
-// ---- execute.cpp
+// In execute.cpp:
 
 /// Runs the topmost frame until it returns; the place of its first result, or null when the program
 /// is to stop.
 VmValue* vmExecute(VmState& state);
 
-// ---- operations.cpp
+// In operations.cpp:
 
 /// A pointer to a number made of the value, which may be `scratch`, or null.
 const VmValue* ToNumberValue(const VmValue& value, VmValue& scratch);
@@ -282,7 +282,7 @@ void Concatenate(VmState& state, int count, VmValue* last);
   return FindEvent(state, metatable, event);
 }
 
-// ---- debug.cpp
+// In debug.cpp:
 
 struct VmName {
   std::string name;
@@ -301,7 +301,7 @@ void CollectErrorContext(VmState& state);
 void ReportNativeError(VmState& state, int code);
 void TraceCall(VmState& state);
 
-// ---- inline parts
+// Inline parts.
 
 inline void vmCheckGC(VmState& state) {
   if (state.globals->bytesInUse >= state.globals->gcThreshold) [[unlikely]]

@@ -88,7 +88,7 @@ struct VmException {
   Error code;
 };
 
-// ---- States
+// States.
 
 /// Creates a machine over the program's host, which must outlive it. Null when memory is out.
 [[nodiscard]] VmState* vmOpen(Host& host);
@@ -103,7 +103,7 @@ template <class State>
   return vmHost(state).Of<State>();
 }
 
-// ---- Stack
+// Stack.
 
 [[nodiscard]] int vmGetTop(VmState& state);
 /// A non-negative index fills with nil or cuts; a negative one cuts relative to the top (-1 keeps).
@@ -135,7 +135,7 @@ const char* vmPushFormat(VmState& state, const char* format, ...);
 /// Pushes the identifier of an object: its number, or its handle as a light value.
 void vmPushId(VmState& state, const ObjectId& id);
 
-// ---- Tables and userdata
+// Tables and userdata.
 
 void vmNewTable(VmState& state);
 /// Pushes a new userdata of `size` bytes and returns its block, which the machine owns.
@@ -165,7 +165,7 @@ bool vmSetMetaTable(VmState& state, int index);
 /// Joins that many values from the top into one string; 0 pushes the empty string.
 void vmConcat(VmState& state, int count);
 
-// ---- Reading values
+// Reading values.
 
 [[nodiscard]] VmType vmType(VmState& state, int index);
 /// True for a number, a string that converts, and nil.
@@ -193,7 +193,7 @@ void vmConcat(VmState& state, int count);
 [[nodiscard]] bool vmEqual(VmState& state, int index1, int index2);
 [[nodiscard]] bool vmLessThan(VmState& state, int index1, int index2);
 
-// ---- Calls and errors
+// Calls and errors.
 
 /// Calls the function below its `argumentCount` arguments. Returns the code of a called native, or
 /// 0; an error of script code is thrown.
@@ -244,7 +244,7 @@ struct VmActivation {
 /// level.
 [[nodiscard]] bool vmGetActivation(VmState& state, int level, VmActivation& activation);
 
-// ---- Images
+// Images.
 
 /// Loads a bytecode image and pushes the closure of its main function.
 [[nodiscard]] Status vmLoadImage(VmState& state, std::span<const std::uint8_t> image,
@@ -252,14 +252,14 @@ struct VmActivation {
 /// Writes the script function on top of the stack as an image; `strip` leaves out debug data.
 [[nodiscard]] Result<std::string> vmDumpImage(VmState& state, bool strip);
 
-// ---- Collector
+// Collector.
 
 /// Sets the threshold in kilobytes, then collects when it is passed.
 void vmSetGCThreshold(VmState& state, int kilobytes);
 [[nodiscard]] int vmGetGCThreshold(VmState& state);
 [[nodiscard]] int vmGetGCCount(VmState& state);
 
-// ---- Arguments. Each failure raises, whatever `ExitOnError` says, with the index in the message.
+// Arguments. Each failure raises, whatever `ExitOnError` says, with the index in the message.
 
 /// Checks the number of arguments: `min` and `max` both 0 mean none; `max` 0 with `min` above 0
 /// means no upper bound.
@@ -291,7 +291,7 @@ void vmArgTable(VmState& state, int index);
 [[nodiscard]] std::uint32_t vmFieldUnsigned(VmState& state, int index, std::string_view name);
 [[nodiscard]] std::string_view vmFieldString(VmState& state, int index, std::string_view name);
 
-// ---- Fields of the table at `index`. Each reads one field with events and leaves the stack as it
+// Fields of the table at `index`. Each reads one field with events and leaves the stack as it
 // was. A field that is nil leaves `value` alone and gives false. A wrong type raises.
 
 bool vmGetFieldNumber(VmState& state, int index, const char* name, double& value);
@@ -314,7 +314,7 @@ void vmSetFieldNumber(VmState& state, const char* name, double value);
 void vmSetFieldInt(VmState& state, const char* name, std::int32_t value);
 void vmSetFieldId(VmState& state, const char* name, const ObjectId& value);
 
-// ---- Registry
+// Registry.
 
 void vmRegistrySetNumber(VmState& state, const char* key, double value);
 void vmRegistrySetString(VmState& state, const char* key, std::string_view value);
@@ -332,7 +332,7 @@ void vmUnref(VmState& state, int tableIndex, int reference);
 [[nodiscard]] int vmListSize(VmState& state, int index);
 void vmListSetSize(VmState& state, int index, int size);
 
-// ---- Registration
+// Registration.
 
 /// One opened library.
 struct VmLibraryEntry {
@@ -366,7 +366,7 @@ int vmCallCommand(VmState& state, std::string_view name, int resultCount,
 int vmCallCommandWith(VmState& state, std::string_view name, int resultCount,
                       std::initializer_list<VmArgument> arguments, int stackArguments);
 
-// ---- Labels and constants
+// Labels and constants.
 
 /// The instruction index of a label, -1 when there is none. The case of the name does not matter.
 [[nodiscard]] int vmFindLabel(VmState& state, std::string_view name);
@@ -374,7 +374,7 @@ int vmCallCommandWith(VmState& state, std::string_view name, int resultCount,
 /// as a subroutine.
 void vmSetPendingJump(VmState& state, int instruction);
 
-// ---- Errors of commands
+// Errors of commands.
 
 /// Where the last failure happened, as far as it is known.
 struct VmErrorPosition {
@@ -393,7 +393,7 @@ struct VmErrorPosition {
 [[nodiscard]] double vmResultNumber(VmState& state, int index, Error& code);
 [[nodiscard]] std::string vmResultString(VmState& state, int index, Error& code);
 
-// ---- String builder
+// String builder.
 
 /// Builds a long string piece by piece. Pieces are gathered outside the stack, so that the caller
 /// may push and pop between them.

@@ -36,7 +36,7 @@ struct UpvalueSource {
   int outerIndex = 0;
 };
 
-// ---- Expressions
+// Expressions.
 
 enum class ExprKind : std::uint8_t {
   /// Stands where a fault was reported.
@@ -155,7 +155,7 @@ struct TableExpr : Expr {
   std::span<TableItem> items;
 };
 
-// ---- Functions
+// Functions.
 
 struct FunctionNode {
   FunctionNode* parent = nullptr;
@@ -175,7 +175,7 @@ struct FunctionNode {
   int localRegisters = 0;
 };
 
-// ---- Statements
+// Statements.
 
 enum class StatementKind : std::uint8_t {
   Local,

@@ -33,7 +33,7 @@ class FunctionBuilder {
   /// Limits that were passed; what was written then is not used.
   Error failure = Error::None;
 
-  // ---- Instructions
+  // Instructions.
   int Emit(VmInstruction word) {
     image.code.push_back(word);
     image.lines.push_back(static_cast<std::int32_t>(line));
@@ -43,7 +43,7 @@ class FunctionBuilder {
   int EmitABx(VmOp op, int a, int bx) { return Emit(vmEncodeABx(op, a, bx)); }
   [[nodiscard]] int Pc() const { return static_cast<int>(image.code.size()); }
 
-  // ---- Jumps
+  // Jumps.
   /// Writes a jump and adds it to a list.
   void Jump(JumpList& list, int mode = 0);
   /// Writes a jump to a place that is known.
@@ -57,12 +57,12 @@ class FunctionBuilder {
   /// Leads jumps that land on a jump to where that one goes.
   void ShortenJumps();
 
-  // ---- Constants
+  // Constants.
   int NumberConstant(double value);
   int StringConstant(Name name, const std::string& text);
   int NilConstant();
 
-  // ---- Registers
+  // Registers.
   [[nodiscard]] int FreeRegister() const { return freeRegister_; }
   /// The first of `count` fresh registers side by side.
   int Take(int count = 1);

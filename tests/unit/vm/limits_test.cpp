@@ -151,7 +151,7 @@ TEST_F(LimitsTest, NamesOfConstantsAndLibraries) {
   EXPECT_EQ(vmLibraries(state_).back().name.size(), vmMaxLibraryName);
 }
 
-// ---- Recursion on a small stack
+// Recursion on a small stack.
 
 /// Runs a body on a thread whose stack is far smaller than a program's own.
 void OnSmallStack(const std::function<void()>& body) {
