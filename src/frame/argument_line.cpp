@@ -49,7 +49,7 @@ class LineReader {
     } else if (option->takesArgument) {
       waitingOption_ = option;
     } else {
-      line_[option->slot] = "1";
+      line_[option->slot].emplace("1");
     }
     return {};
   }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <random>
 
 namespace quillmere {
@@ -32,7 +34,7 @@ TEST(ByteRun1, NoPieceIsLongerThan128) {
   Bytes rising(129);
   for (std::size_t i = 0; i < rising.size(); ++i) rising[i] = static_cast<std::uint8_t>(i);
   Bytes packed{127};
-  packed.insert(packed.end(), rising.begin(), rising.begin() + 128);
+  std::copy_n(rising.begin(), 128, std::back_inserter(packed));
   packed.insert(packed.end(), {0, 128});
   EXPECT_EQ(Pack(rising), packed);
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/byte_order.h"
 #include "codecs/gif_lzw.h"
 #include "picture_samples.h"
@@ -94,7 +97,7 @@ TEST_F(GifFile, HeadIsByteForByteAsTold) {
   const auto frames = Finish();
   Bytes head{'G', 'I', 'F', '8', '9', 'a', 8, 0, 6, 0, 0xF7, 0, 0};
   const std::string text = "Amiga rules!";
-  head.insert(head.end(), text.begin(), text.end());
+  std::ranges::copy(text, std::back_inserter(head));
   head.resize(13 + 768);
   EXPECT_EQ(Bytes(file_.begin(), file_.begin() + 781), head);
   EXPECT_EQ(frames[0].controlFlags, 5);

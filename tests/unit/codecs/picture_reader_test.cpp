@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "codecs/ilbm.h"
 #include "codecs/picture_sniffer.h"
 #include "picture_samples.h"
@@ -194,7 +197,7 @@ TEST_F(PictureReader, PenColourIsForPicturesOfTwoPens) {
 TEST_F(PictureReader, PicturesComeFromPartsOfFilesAndFromMemory) {
   const auto png = samples::BytesOf("rgb.png");
   Bytes container(100, 0xEE);
-  container.insert(container.end(), png.begin(), png.end());
+  std::ranges::copy(png, std::back_inserter(container));
   container.resize(container.size() + 50, 0xEE);
   const std::string path = Put(container);
   const std::string chunk =

@@ -51,7 +51,7 @@ TEST(Soak, TenThousandDisplaysLeaveNothingBehind) {
   constexpr int warmUp = 100;
   Stage stage;
   ASSERT_EQ(stage.Call("CreateBrush", {1, 5, 5}), 0);
-  std::size_t inUse = 0;
+  [[maybe_unused]] std::size_t inUse = 0;
   for (int turn = 0; turn < warmUp + turns; ++turn) {
     if (turn == warmUp) inUse = BytesInUse(stage);
     LiveOnce(stage, turn);
