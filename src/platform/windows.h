@@ -77,8 +77,9 @@ struct WindowShape {
 };
 
 /// How far from the screen's corner a window's corner may lie, in pixels and in each direction;
-/// what is asked beyond ends there. Desktops count in 16 bits.
-constexpr int windowReach = 30000;
+/// what is asked beyond ends there. Desktops count in 16 bits, and to scripts the numbers from
+/// -15001 down are names of places.
+constexpr int windowReach = 15000;
 
 constexpr int WithinWindowReach(int position) {
   return std::clamp(position, -windowReach, windowReach);

@@ -1,4 +1,8 @@
 // Windows of displays: opening, closing, hiding, and where they stand.
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
 #include "base/numbers.h"
 #include "pixels/placement.h"
 #include "scene/display_internal.h"
@@ -86,6 +90,12 @@ void SetPrivateState(SceneState& scene, DisplayState from, DisplayState to) {
   }
 }
 
+/// A side of a window with its frame; what no window reaches is the largest number.
+int OuterLength(int inner, int frameBefore, int frameAfter) {
+  const std::int64_t length = std::int64_t{inner} + frameBefore + frameAfter;
+  return static_cast<int>(std::min<std::int64_t>(length, std::numeric_limits<int>::max()));
+}
+
 }  // namespace
 
 std::string SizeText(std::int32_t width, std::int32_t height) {
@@ -107,9 +117,9 @@ Status RequireFit(SceneState& scene, const qmDisplay& display, std::int32_t widt
                   std::int32_t height) {
   const FrameSizes frame = scene.platform().windows().GetFrameSizes(display.Has(displayBorderless));
   const Rectangle screen = ScreenArea(scene);
-  const std::int64_t outerWidth = static_cast<std::int64_t>(width) + frame.left + frame.right;
-  const std::int64_t outerHeight = static_cast<std::int64_t>(height) + frame.top + frame.bottom;
-  if (outerWidth <= screen.width && outerHeight <= screen.height) return {};
+  const bool isWithin = OuterLength(width, frame.left, frame.right) <= screen.width &&
+                        OuterLength(height, frame.top, frame.bottom) <= screen.height;
+  if (isWithin) return {};
   return scene.host.errors.Fail(Error::CannotChangeDisplaySize, SizeText(width, height));
 }
 
@@ -117,10 +127,11 @@ Rectangle ResolveWindowPosition(SceneState& scene, const qmDisplay& display, std
                                 std::int32_t y) {
   const FrameSizes frame = scene.platform().windows().GetFrameSizes(display.Has(displayBorderless));
   const Rectangle area = UsableArea(scene);
-  const int width = display.width + frame.left + frame.right;
-  const int height = display.height + frame.top + frame.bottom;
-  return {ResolveX(x, width, {area.x, area.width}), ResolveY(y, height, {area.y, area.height}),
-          display.width, display.height};
+  const int width = OuterLength(display.width, frame.left, frame.right);
+  const int height = OuterLength(display.height, frame.top, frame.bottom);
+  return {WithinWindowReach(ResolveX(x, width, {area.x, area.width})),
+          WithinWindowReach(ResolveY(y, height, {area.y, area.height})), display.width,
+          display.height};
 }
 
 ScriptPoint ToScriptPoint(const qmDisplay& display, std::int32_t x, std::int32_t y) {

@@ -1,6 +1,8 @@
 // The life of displays: several of them, their states, sizes and attributes.
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "unit/scene/stage.h"
 
 namespace quillmere {
@@ -99,6 +101,21 @@ TEST(Displays, ChangeTheirSize) {
   // 301 / 201 of 51 rows is 76.37, of 33 columns 22.04.
   ASSERT_EQ(stage.Call("ChangeDisplaySize", {keepAspect, 51}), 0);
   EXPECT_EQ(stage.Display().width, 76);
+}
+
+TEST(Displays, SurviveWindowsThatNoScreenReaches) {
+  constexpr int far = std::numeric_limits<int>::max();
+  Stage stage;
+  ASSERT_EQ(stage.Call("CreateDisplay", {2, Fields({{"scalemode", 1}})}), 0);
+  ASSERT_EQ(stage.Call("SelectDisplay", {2}), 0);
+  ASSERT_EQ(stage.Call("ChangeDisplaySize", {5, far}), 0);
+  EXPECT_EQ(stage.Call("OpenDisplay", {2}), 1085);
+  ASSERT_EQ(stage.Call("SelectDisplay", {1}), 0);
+  ASSERT_EQ(stage.Call("MoveDisplay", {far, -far}), 0);
+  EXPECT_EQ(stage.Display(1).window->Geometry().y, -windowReach);
+  const int frameTop = stage.Display(1).border.top;
+  ASSERT_EQ(stage.Call("SetDisplayAttributes", {Fields({{"borderless", 1}})}), 0);
+  EXPECT_EQ(stage.Display(1).window->Geometry().y, -windowReach + frameTop);
 }
 
 TEST(Displays, FollowTheUsersSize) {
