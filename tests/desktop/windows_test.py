@@ -32,13 +32,17 @@ def a_window_stands_where_it_was_put_with_its_frame(desktop, probe):
     probe.tell("open 1 100 120 200 150", "opened")
     window = desktop.window("Probe 1")
     probe.tell("fill 1 0 0 200 150 ff8000", "done")
-    left, top = numbers(probe.tell("geometry 1", "geometry").split("frame")[1])[:2]
-    assert top > 5, "the frame has no title bar"
-    assert numbers(probe.tell("geometry 1", "geometry"))[:4] == [100, 120, 200, 150]
+    # The window manager frames and places the window in its own time.
+    def settled():
+        place, frame = probe.tell("geometry 1", "geometry").split("frame")
+        left, top = numbers(frame)[:2]
+        return numbers(place)[:4] == [100, 120, 200, 150] and top > 5 and (left, top)
+    left, top = wait_for(settled, "the window at its place with a title bar")
     desktop.expect_pixel(100 + left, 120 + top, "ff8000")
     desktop.expect_pixel(100 + left + 199, 120 + top + 149, "ff8000")
-    assert desktop.pixels(100 + left - 1, 120 + top, 1, 1) != [["ff8000"]]
-    assert "width: 200" in desktop.read(["xwininfo", "-id", window]).lower()
+    wait_for(lambda: desktop.pixels(100 + left - 1, 120 + top, 1, 1) != [["ff8000"]], "the frame")
+    wait_for(lambda: "width: 200" in desktop.read(["xwininfo", "-id", window]).lower(),
+             "the window's size")
 
 
 @with_probe
