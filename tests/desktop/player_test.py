@@ -6,6 +6,7 @@ import pty
 import re
 import subprocess
 import sys
+import time
 
 from desktop import Desktop, Program, run_tests, wait_for
 
@@ -21,10 +22,23 @@ def with_demo(test):
             player = Program(desktop, [PLAYER, applet, "-DEBUGDEVICE", "@stdout"])
             window = desktop.window("Kites over the dunes")
             desktop.xdotool("windowactivate", "--sync", window)
+            wait_until_it_moves(desktop, window)
             test(desktop, player, window)
             assert player.end() == 0, "the player has not ended well"
     run.__name__ = test.__name__
     return run
+
+
+def corner(desktop, window):
+    place = re.search(r"Position: (\d+),(\d+)", desktop.xdotool("getwindowgeometry", window))
+    return int(place[1]), int(place[2])
+
+
+def wait_until_it_moves(desktop, window):
+    """Then the show has its handlers."""
+    x, y = corner(desktop, window)
+    first = desktop.pixels(x + 100, y + 60, 200, 200)
+    wait_for(lambda: desktop.pixels(x + 100, y + 60, 200, 200) != first, "the show to move")
 
 
 def landing(player):
@@ -37,8 +51,7 @@ def keys_and_mouse_steer_and_escape_ends(desktop, player, window):
     for key in ("Right", "Down", "Left"):
         desktop.xdotool("key", "--window", window, key)
     desktop.xdotool("mousemove", "--window", window, 600, 300, "click", 1)
-    x, y = [int(n) for n in re.findall(r"Position: (\d+),(\d+)",
-                                       desktop.xdotool("getwindowgeometry", window))[0]]
+    x, y = corner(desktop, window)
 
     def kite_has_come():
         red, _, blue = bytes.fromhex(desktop.pixels(x + 590, y + 280, 1, 1)[0][0])
@@ -54,7 +67,12 @@ def keys_and_mouse_steer_and_escape_ends(desktop, player, window):
 
 @with_demo
 def the_close_gadget_ends_the_show(desktop, player, window):
-    desktop.xdotool("key", "--window", window, "alt+F4")
+    # The window manager may miss the keys while it is still giving the window its focus.
+    def gone():
+        desktop.xdotool("key", "alt+F4")
+        time.sleep(0.3)
+        return not desktop.has_window("Kites over the dunes")
+    wait_for(gone, "the window to close")
     assert landing(player) == [180, 140, 0, 0]
 
 
